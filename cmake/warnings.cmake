@@ -1,0 +1,16 @@
+# Compiler settings that every target of this project shares: call dkom_compile_options(target).
+
+function(dkom_compile_options target)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wconversion
+        # Paths in assertion reports and trace records do not depend on where the tree was checked out.
+        -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+    if(DKOM_WERROR)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+    if(DKOM_SANITIZE)
+        target_compile_options(${target} PRIVATE
+            -fsanitize=${DKOM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+        target_link_options(${target} PRIVATE -fsanitize=${DKOM_SANITIZE})
+    endif()
+endfunction()
