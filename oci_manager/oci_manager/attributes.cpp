@@ -1,0 +1,235 @@
+/*
+ * Setting and getting attributes. A value that is itself a handle or descriptor is translated to its twin
+ * for Dravik; setting the server, session or transaction of a service context makes them one family.
+ */
+#include "attribute_types.h"
+#include "dispatch.h"
+
+namespace
+{
+
+constexpr ub4 longest_credential = 1023; // bytes
+
+/* A session attribute that Dravik takes as 8-bit text: its name in traces and their lines. */
+struct credential {
+    const char *name;
+    int text_line;
+    int failure_line;
+    int too_big_line;
+};
+
+constexpr credential user_name = {"name", 2046, 2055, 2057};
+constexpr credential user_password = {"password", 2065, 2074, 2076};
+
+/*
+ * Gives a user name or password to Dravik. The copy is never freed: the backend may go on reading it for as
+ * long as the session lives.
+ */
+sword set_credential(const credential &what, const om_handle_t *wusrhp, const void *attr, ub4 size,
+                     ub4 attr_type, const om_handle_t *werrhp)
+{
+    if (size > longest_credential)
+        STOP_BECAUSE_AT(what.too_big_line, what.too_big_line + 1, "Size is too big");
+    char *text = (char *)calloc(1, (size_t)size + 1);
+    if (text)
+        utf16_2_utf8((const unsigned char *)attr, (int)size, text);
+    TRACE_AT(OM_LOG_DEBUG, what.text_line, "User %s is %s", what.name, text);
+    const sword rc =
+        dk_func_table.funcs.func_OCIAttrSet(wusrhp->dk_hndlp, OCI_HTYPE_SESSION, text,
+                                            text ? (ub4)strlen(text) : 0, attr_type, twin<OCIError>(werrhp));
+    if (rc != OCI_SUCCESS)
+        TRACE_RESULT_AT(OM_LOG_ERROR, what.failure_line, "The user %s setting is fail", what.name);
+    return rc;
+}
+
+/* Sets an attribute in Dravik's library. Of the plain attributes of a session it takes credentials only. */
+sword set_in_dravik(const om_handle_t *whdl, ub4 hdl_type, void *value, ub4 size, ub4 attr_type,
+                    const om_handle_t *werrhp)
+{
+    if (hdl_type != OCI_HTYPE_SESSION)
+        return dk_func_table.funcs.func_OCIAttrSet(whdl->dk_hndlp, hdl_type, value, size, attr_type,
+                                                   twin<OCIError>(werrhp));
+    if (attr_type == OCI_ATTR_USERNAME)
+        return set_credential(user_name, whdl, value, size, attr_type, werrhp);
+    if (attr_type == OCI_ATTR_PASSWORD)
+        return set_credential(user_password, whdl, value, size, attr_type, werrhp);
+    return OM_NOT_CALLED;
+}
+
+/*
+ * Records that a server, session or transaction belongs to a service context. The server brings the backend
+ * that accepted it; session and transaction take over the service context's.
+ */
+void link_family(om_handle_t *wsvchp, om_handle_t *wattr, ub4 attr_type)
+{
+    child_hdl_grp_t &family = wsvchp->childhp.child_grp;
+    switch (attr_type) {
+    case OCI_ATTR_SERVER:
+        if (!wattr)
+            STOP_BECAUSE_AT(2109, 2110, "Server handle expected is not available");
+        family.first = wattr;
+        wsvchp->last_exec = wattr->last_exec;
+        break;
+    case OCI_ATTR_SESSION:
+        if (!wattr)
+            STOP_BECAUSE_AT(2126, 2127, "User/Session handle expected is not available");
+        family.second = wattr;
+        wattr->last_exec = wsvchp->last_exec;
+        break;
+    case OCI_ATTR_TRANS:
+        if (!wattr)
+            STOP_BECAUSE_AT(2141, 2142, "Transaction handle expected is not available");
+        family.third = wattr;
+        wattr->last_exec = wsvchp->last_exec;
+        break;
+    default:
+        return;
+    }
+    wattr->parenthp = wsvchp;
+}
+
+} // namespace
+
+extern "C" {
+
+OM_EXPORT sword OCIAttrSet(void *hdl, ub4 hdl_type, void *attr, ub4 size, ub4 attr_type, OCIError *errhp)
+{
+    TRACE_CALL("OCIAttrSet(dvoid *hdl, ub4 hdl_type, dvoid *attr, ub4 size, ub4 attr_type, OCIError *errhp)"
+               "\n\thdl=%p\n\thdl_type=%d\n\tattr=%p\n\tsize=%d\n\tattr_type=%d\n\terrhp=%p",
+               hdl, hdl_type, attr, size, attr_type, errhp);
+
+    om_handle_t *whdl = find_handle_or_descriptor(hdl, hdl_type);
+    REQUIRE_AT(2005, whdl, "whdl != ((void *)0)");
+    om_handle_t *werrhp = find_handle(errhp, OCI_HTYPE_ERROR);
+    REQUIRE_AT(2008, werrhp, "werrhp != ((void *)0)");
+
+    sword htype = 0;
+    sword dtype = 0;
+    classify_attribute(hdl_type, attr_type, &htype, &dtype);
+    TRACE(OM_LOG_DEBUG, "CONTINUE FUNC - OCIAttrSet()\n\tATTRIBUTE TYPE: htype=%d, dtype=%d", htype, dtype);
+
+    const bool is_plain = htype == 0 && dtype == 0;
+    om_handle_t *wattr = nullptr;
+    if (htype > 0)
+        wattr = find_handle(attr, (ub4)htype);
+    else if (dtype > 0)
+        wattr = find_descriptor(attr, (ub4)dtype);
+    REQUIRE_AT(2020, wattr || (is_plain && OM_ADMIT_PLAIN_ATTRIBUTES), "wattr != ((void *)0)");
+
+    sword rc = OM_NOT_CALLED;
+    if (check_run_for(whdl, OM_TARGET_ORACLE) && (is_plain || wattr->ora_hndlp)) {
+        rc = ora_func_table.funcs.func_OCIAttrSet(hdl, hdl_type, attr, size, attr_type, errhp);
+        record_error(werrhp, OM_TARGET_ORACLE);
+        trace_refresh();
+        if (rc != OCI_SUCCESS) {
+            TRACE_AT(OM_LOG_ERROR, 2030, "END FUNC - OCIAttrSet()\n\treturn rc=%d", rc);
+            return rc;
+        }
+    }
+
+    sword rc_dk = OM_NOT_CALLED;
+    if (check_run_for(whdl, OM_TARGET_DRAVIK) && (is_plain || wattr->dk_hndlp)) {
+        rc_dk = set_in_dravik(whdl, hdl_type, is_plain ? attr : wattr->dk_hndlp, size, attr_type, werrhp);
+        record_error(werrhp, OM_TARGET_DRAVIK);
+        trace_refresh();
+        if (rc_dk != OCI_SUCCESS) {
+            TRACE_AT(OM_LOG_ERROR, 2094, "END FUNC - OCIAttrSet()\n\treturn rc_dk=%d", rc_dk);
+            return rc_dk;
+        }
+    }
+
+    if (hdl_type == OCI_HTYPE_SVCCTX)
+        link_family(whdl, wattr, attr_type);
+    if (hdl_type == OCI_HTYPE_DIRPATH_CTX)
+        STOP_BECAUSE_AT(2152, 2153, "Called for direct path context handle");
+    TRACE_AT(OM_LOG_INFO, 2162, "END FUNC - OCIAttrSet()\n\treturn rc=%d, dk_rc=%d", rc, rc_dk);
+    return rc != OM_NOT_CALLED ? rc : rc_dk;
+}
+
+OM_EXPORT sword OCIAttrGet(const void *trgthndlp, ub4 trghndltyp, void *attributep, ub4 *sizep, ub4 attrtype,
+                           OCIError *errhp)
+{
+    TRACE_CALL(
+        "OCIAttrGet(CONST dvoid *trgthndlp, ub4 trghndltyp, dvoid *attributep, ub4 *sizep, ub4 attrtype, "
+        "OCIError *errhp)"
+        "\n\ttrgthndlp=%p\n\ttrghndltyp=%d\n\tattributep=%p\n\tsizep=%p\n\tattrtype=%d\n\terrhp=%p",
+        trgthndlp, trghndltyp, attributep, sizep, attrtype, errhp);
+
+    om_handle_t *wtrgthndlp = find_handle_or_descriptor(trgthndlp, trghndltyp);
+    REQUIRE_AT(2213, wtrgthndlp, "wtrgthndlp != ((void *)0)");
+    om_handle_t *werrhp = find_handle(errhp, OCI_HTYPE_ERROR);
+
+    sword htype = 0;
+    sword dtype = 0;
+    classify_attribute(trghndltyp, attrtype, &htype, &dtype);
+    TRACE(OM_LOG_DEBUG, "CONTINUE FUNC - OCIAttrGet()\n\tATTRIBUTE TYPE: htype=%d, dtype=%d", htype, dtype);
+
+    // A value that is a handle or descriptor needs a wrapper, unless the program's variable holds a known
+    // one.
+    const bool is_plain = htype == 0 && dtype == 0;
+    void **valuep = is_plain ? nullptr : (void **)attributep;
+    om_handle_t *wattr = nullptr;
+    bool is_new = false;
+    if (!is_plain) {
+        wattr = htype > 0 ? find_handle_if_given(value_of(valuep), (ub4)htype)
+                          : find_descriptor_if_given(value_of(valuep), (ub4)dtype);
+        if (!wattr) {
+            wattr = new_wrapper((ub4)(htype > 0 ? htype : dtype), OM_STATE_BY_CALL);
+            REQUIRE_AT(htype > 0 ? 2226 : 2234, wattr, "wattr != ((void *)0)");
+            is_new = true;
+        }
+    }
+
+    sword rc = OCI_ERROR; // what a handle that no backend serves answers
+    if (check_run_for(wtrgthndlp, OM_TARGET_ORACLE)) {
+        rc = ora_func_table.funcs.func_OCIAttrGet(trgthndlp, trghndltyp, attributep, sizep, attrtype, errhp);
+        record_error(werrhp, OM_TARGET_ORACLE);
+        trace_refresh();
+        if (rc != OCI_SUCCESS) {
+            if (is_new)
+                free_wrapper(wattr);
+            TRACE_AT(OM_LOG_ERROR, 2249, "END FUNC - OCIAttrGet() of Oracle\n\treturn rc=%d", rc);
+            return rc;
+        }
+        if (wattr) {
+            wattr->last_exec |= OM_TARGET_ORACLE;
+            set_wrapper_key(wattr, value_of(valuep));
+        }
+    } else if (check_run_for(wtrgthndlp, OM_TARGET_DRAVIK)) {
+        // The program knows Oracle's handles only: a Dravik handle goes into the wrapper.
+        void *out = wattr ? (void *)&wattr->dk_hndlp : attributep;
+        rc = dk_func_table.funcs.func_OCIAttrGet(wtrgthndlp->dk_hndlp, trghndltyp, out, sizep, attrtype,
+                                                 twin<OCIError>(werrhp));
+        record_error(werrhp, OM_TARGET_DRAVIK);
+        trace_refresh();
+        if (rc != OCI_SUCCESS) {
+            if (is_new)
+                free_wrapper(wattr);
+            TRACE_AT(OM_LOG_ERROR, 2272, "END FUNC - OCIAttrGet() of Dravik\n\treturn rc=%d", rc);
+            return rc;
+        }
+        if (wattr)
+            wattr->last_exec |= OM_TARGET_DRAVIK;
+    }
+
+    if (is_new) {
+        // A parameter belongs to the describe handle that it came from, however deep it lies.
+        if (trghndltyp == OCI_DTYPE_PARAM)
+            wattr->parenthp = wtrgthndlp->parenthp;
+        else if (trghndltyp == OCI_HTYPE_DESCRIBE && attrtype == OCI_ATTR_PARAM)
+            wattr->parenthp = wtrgthndlp;
+        if (htype > 0)
+            enter_handle(wattr, (ub4)htype);
+        else
+            enter_descriptor(wattr, (ub4)dtype);
+    }
+
+    if (attrtype == OCI_ATTR_ROW_COUNT && trghndltyp == OCI_HTYPE_STMT && attributep)
+        TRACE_AT(OM_LOG_DEBUG, 2303, "CONTINUE FUNC - OCIAttrGet()\n\tfetch count=%d", *(ub4 *)attributep);
+    TRACE_AT(OM_LOG_INFO, 2313,
+             "END FUNC - OCIAttrGet()\n\treturn rc=%d\n\tattributep=%p\n\t*sizep=%d\n\terrhp=%p", rc,
+             attributep, sizep ? *sizep : 0, errhp);
+    return rc;
+}
+
+} // extern "C"

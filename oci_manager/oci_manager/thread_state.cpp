@@ -1,0 +1,36 @@
+#include "thread_state.h"
+
+#include <stddef.h>
+
+#include "trace.h"
+
+/* Named for the assembler below; hidden, so that it is reached without asking the dynamic symbol table. */
+extern "C" __attribute__((visibility("hidden"))) __thread om_thread_t om_thread;
+__thread om_thread_t om_thread = {OM_DEFAULT_LEVEL, 0, nullptr, 0, {0}, {0}, {0}};
+
+om_thread_t *this_thread(void)
+{
+    return &om_thread;
+}
+
+int trace_level_now(void)
+{
+    trace_refresh();
+    return om_thread.LOG_LVL;
+}
+
+/* Exports a member as a variable of its own. */
+#define EXPORT_MEMBER(name, offset, size)                                                                    \
+    static_assert(offsetof(om_thread_t, name) == (offset) && sizeof(om_thread_t::name) == (size));           \
+    asm(".globl " #name "\n"                                                                                 \
+        ".type " #name ", @tls_object\n"                                                                     \
+        ".size " #name ", " #size "\n"                                                                       \
+        ".set " #name ", om_thread + " #offset "\n")
+
+EXPORT_MEMBER(LOG_LVL, 0, 4);
+EXPORT_MEMBER(lStandardSec, 4, 4);
+EXPORT_MEMBER(hdl_list_tbl, 8, 8);
+EXPORT_MEMBER(cLogInit, 16, 1);
+EXPORT_MEMBER(cLogRoot, 17, 1024);
+EXPORT_MEMBER(cLogDate, 1041, 10);
+EXPORT_MEMBER(cLogFileName, 1051, 128);

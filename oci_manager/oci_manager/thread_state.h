@@ -1,0 +1,28 @@
+/*
+ * What the library keeps per thread, in one place, so that a call finds all of it with one step of the
+ * loader's thread-local machinery.
+ *
+ * The members are also exported, each under its own name, as thread-local variables that a program may read
+ * and write; inside the library they are reached through this_thread() only.
+ */
+#ifndef OM_THREAD_STATE_H
+#define OM_THREAD_STATE_H
+
+#define OM_EXPORT __attribute__((visibility("default")))
+
+struct hdl_hash_table_s;
+
+typedef struct om_thread_s {
+    int LOG_LVL;                           /* highest level that this thread writes */
+    unsigned int lStandardSec;             /* when the level is read again, in seconds since the epoch */
+    struct hdl_hash_table_s *hdl_list_tbl; /* wrappers of this thread's handles; null before the first */
+    unsigned char cLogInit;                /* 1 once initLog has run */
+    char cLogRoot[1024];                   /* directory of the log file */
+    char cLogDate[10];                     /* middle component of its path; empty unless a program fills it */
+    char cLogFileName[128];                /* its name, with the process id of the first record */
+} om_thread_t;
+
+/* The calling thread's state. Constant within a thread, so that a call asks once. */
+om_thread_t *this_thread(void) __attribute__((const));
+
+#endif

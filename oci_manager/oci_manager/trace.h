@@ -1,0 +1,112 @@
+/*
+ * The trace log: one text file a process, one record a line or more, written at a level chosen by the
+ * environment. All state is thread-local, so nothing here takes a lock.
+ */
+#ifndef OM_TRACE_H
+#define OM_TRACE_H
+
+#include <time.h>
+
+#include "thread_state.h"
+
+/* Record levels. A record is written when its level is at most LOG_LVL. */
+#define OM_LOG_ASSERT 10 /* the reason of a fatal stop */
+#define OM_LOG_ERROR 20  /* a failed call, a lookup that found nothing */
+#define OM_LOG_INFO 30   /* arguments, results, routing, insertions */
+#define OM_LOG_DEBUG 40  /* lookups and intermediate results */
+#define OM_LOG_LIST 45   /* a row of a handle table dump */
+#define OM_LOG_TRACE 50  /* entry of an exported call */
+
+#define OM_DEFAULT_LEVEL OM_LOG_ASSERT
+
+extern "C" {
+
+/** 1 once initLog has run in this thread. */
+extern OM_EXPORT __thread unsigned char cLogInit;
+/** Directory of the log file, zero-terminated; from DKOM_LOG_PATH. */
+extern OM_EXPORT __thread char cLogRoot[1024];
+/** Middle component of the log file's path; empty unless a program fills it. */
+extern OM_EXPORT __thread char cLogDate[10];
+/** Name of the log file: "om_" and the process id that this thread's first record saw. */
+extern OM_EXPORT __thread char cLogFileName[128];
+/** Highest level that this thread writes. */
+extern OM_EXPORT __thread int LOG_LVL;
+/** Time, in seconds since the epoch, after which DKOM_LOG_LEVEL is read again. */
+extern OM_EXPORT __thread unsigned int lStandardSec;
+
+/** Sets up this thread's log state from the environment. writeLog calls it when needed. */
+OM_EXPORT void initLog(void);
+
+/**
+ * Appends one record to the log file.
+ *
+ * @param lvl       one of the levels above; any other level yields a record without a message
+ * @param filename  source file of the caller; its last path component is printed
+ * @param line      source line of the caller
+ * @param format    printf format of the message, which is cut to 7999 bytes
+ *
+ * A record above LOG_LVL is dropped. A file that cannot be opened drops the record silently: a trace never
+ * changes the outcome of a call. errno is preserved.
+ */
+OM_EXPORT void writeLog(int lvl, const char *filename, int line, const char *format, ...)
+    __attribute__((format(printf, 4, 5)));
+
+} // extern "C"
+
+/* Reads DKOM_LOG_LEVEL and sets the time of the next reading; sets the log up if that is still to do. */
+void trace_reread_level(unsigned int now);
+
+/* Whether a record of this level is written. */
+static inline bool trace_enabled(int level)
+{
+    return __builtin_expect(level <= this_thread()->LOG_LVL, 0);
+}
+
+/* Lets a change of DKOM_LOG_LEVEL take effect once this thread's minute has run out. */
+static inline void trace_refresh(void)
+{
+    const om_thread_t *thread = this_thread();
+    const unsigned int now = (unsigned int)time(nullptr);
+    if (__builtin_expect(!thread->cLogInit || thread->lStandardSec < now, 0))
+        trace_reread_level(now);
+}
+
+/* Refreshes and returns the level: all that a call needs of a thread if the entry is its only record. */
+int trace_level_now(void);
+
+/*
+ * Trace sites. A site whose level is off costs one comparison; its arguments are not evaluated.
+ *
+ * Some sites name a line number of their own. Readers of traces know these records by their number, so it
+ * is kept when the source around it moves.
+ */
+#define TRACE_AT(level, line, ...)                                                                           \
+    do {                                                                                                     \
+        if (trace_enabled(level))                                                                            \
+            writeLog((level), __FILE__, (line), __VA_ARGS__);                                                \
+    } while (0)
+#define TRACE(level, ...) TRACE_AT(level, __LINE__, __VA_ARGS__)
+
+/* A record that follows a backend call, which may have taken longer than the level is valid for. */
+#define TRACE_RESULT_AT(level, line, ...)                                                                    \
+    do {                                                                                                     \
+        trace_refresh();                                                                                     \
+        TRACE_AT(level, line, __VA_ARGS__);                                                                  \
+    } while (0)
+#define TRACE_RESULT(level, ...) TRACE_RESULT_AT(level, __LINE__, __VA_ARGS__)
+
+/* The first record of a function that a program calls: its bare name. */
+#define TRACE_ENTRY()                                                                                        \
+    do {                                                                                                     \
+        trace_refresh();                                                                                     \
+        TRACE(OM_LOG_TRACE, "%s", __func__);                                                                 \
+    } while (0)
+
+/* The first two records of an exported call: its name, then its declaration and arguments. */
+#define TRACE_CALL(...)                                                                                      \
+    do {                                                                                                     \
+        TRACE_ENTRY();                                                                                       \
+        TRACE(OM_LOG_INFO, __VA_ARGS__);                                                                     \
+    } while (0)
+
+#endif
