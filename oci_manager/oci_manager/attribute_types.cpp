@@ -11,8 +11,7 @@ namespace
  */
 [[noreturn]] void refuse(const char *reason, int line)
 {
-    writeLog(OM_LOG_ASSERT, __FILE__, line, "%s", reason);
-    stop_process("0", __FILE__, line + 1, "get_attr_type");
+    STOP_BECAUSE_IN("get_attr_type", line, line + 1, "%s", reason);
 }
 
 [[noreturn]] void refuse_attribute(int line)

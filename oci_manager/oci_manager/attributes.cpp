@@ -29,7 +29,7 @@ sword set_credential(const credential &what, const om_handle_t *wusrhp, const vo
                      ub4 attr_type, const om_handle_t *werrhp)
 {
     if (size > longest_credential)
-        STOP_BECAUSE_AT(what.too_big_line, what.too_big_line + 1, "Size is too big");
+        STOP_BECAUSE_IN("OCIAttrSet", what.too_big_line, what.too_big_line + 1, "Size is too big");
     char *text = (char *)calloc(1, (size_t)size + 1);
     if (text)
         utf16_2_utf8((const unsigned char *)attr, (int)size, text);
@@ -66,19 +66,19 @@ void link_family(om_handle_t *wsvchp, om_handle_t *wattr, ub4 attr_type)
     switch (attr_type) {
     case OCI_ATTR_SERVER:
         if (!wattr)
-            STOP_BECAUSE_AT(2109, 2110, "Server handle expected is not available");
+            STOP_BECAUSE_IN("OCIAttrSet", 2109, 2110, "Server handle expected is not available");
         family.first = wattr;
         wsvchp->last_exec = wattr->last_exec;
         break;
     case OCI_ATTR_SESSION:
         if (!wattr)
-            STOP_BECAUSE_AT(2126, 2127, "User/Session handle expected is not available");
+            STOP_BECAUSE_IN("OCIAttrSet", 2126, 2127, "User/Session handle expected is not available");
         family.second = wattr;
         wattr->last_exec = wsvchp->last_exec;
         break;
     case OCI_ATTR_TRANS:
         if (!wattr)
-            STOP_BECAUSE_AT(2141, 2142, "Transaction handle expected is not available");
+            STOP_BECAUSE_IN("OCIAttrSet", 2141, 2142, "Transaction handle expected is not available");
         family.third = wattr;
         wattr->last_exec = wsvchp->last_exec;
         break;

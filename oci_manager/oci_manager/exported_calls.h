@@ -49,7 +49,48 @@
     X(OCIBindArrayOfStruct,   bind,        oracle_routed) \
     X(OCIDefineByPos,         define,      in_turn) \
     X(OCIDefineDynamic,       define,      oracle_routed) \
-    X(OCIDefineArrayOfStruct, define,      oracle_routed)
+    X(OCIDefineArrayOfStruct, define,      oracle_routed) \
+    X(OCIDescribeAny,         describe,    oracle_routed) \
+    X(OCIParamGet,            describe,    in_turn) \
+    X(OCIParamSet,            describe,    in_turn) \
+    X(OCITransStart,          transaction, oracle_routed) \
+    X(OCITransCommit,         transaction, exclusive) \
+    X(OCITransRollback,       transaction, exclusive) \
+    X(OCIServerVersion,       connection,  oracle) \
+    X(OCIBreak,               connection,  untracked) \
+    X(OCILobGetLength,        lob,         exclusive) \
+    X(OCILobGetLength2,       lob,         exclusive) \
+    X(OCILobRead,             lob,         exclusive) \
+    X(OCILobRead2,            lob,         exclusive) \
+    X(OCILobWrite,            lob,         exclusive) \
+    X(OCILobWrite2,           lob,         exclusive) \
+    X(OCILobAssign,           lob,         refused) \
+    X(OCINlsGetInfo,          language,    oracle) \
+    X(OCINumberFromInt,       number,      oracle) \
+    X(OCINumberFromReal,      number,      oracle) \
+    X(OCINumberFromText,      number,      oracle) \
+    X(OCINumberToInt,         number,      oracle) \
+    X(OCINumberToReal,        number,      oracle) \
+    X(OCINumberToText,        number,      oracle) \
+    X(OCIDateAssign,          date,        oracle) \
+    X(OCIDateToText,          date,        oracle) \
+    X(OCIDateFromText,        date,        oracle) \
+    X(OCIDateCompare,         date,        oracle) \
+    X(OCIDateAddMonths,       date,        oracle) \
+    X(OCIDateAddDays,         date,        oracle) \
+    X(OCIDateLastDay,         date,        oracle) \
+    X(OCIDateDaysBetween,     date,        oracle) \
+    X(OCIDateZoneToZone,      date,        oracle) \
+    X(OCIDateNextDay,         date,        oracle) \
+    X(OCIDateCheck,           date,        oracle) \
+    X(OCIDateSysDate,         date,        oracle) \
+    X(OCIDirPathColArrayEntrySet, direct_path, refused) \
+    X(OCIDirPathColArrayReset, direct_path, refused) \
+    X(OCIDirPathColArrayToStream, direct_path, refused) \
+    X(OCIDirPathFinish,       direct_path, refused) \
+    X(OCIDirPathLoadStream,   direct_path, refused) \
+    X(OCIDirPathPrepare,      direct_path, refused) \
+    X(OCIDirPathStreamReset,  direct_path, refused)
 
 /* The library's own functions and thread-local variables. */
 #define OM_EXPORTED_FUNCTIONS(X) \

@@ -23,12 +23,17 @@
     } while (0)
 #define REQUIRE(condition, assertion) REQUIRE_AT(__LINE__, condition, assertion)
 
-/* Stops with a reason of its own, where no condition is worth quoting. */
-#define STOP_BECAUSE_AT(reason_line, stop_line, ...)                                                         \
+/*
+ * Stops with a reason of its own, where no condition is worth quoting. A helper reports the function of its
+ * caller, which is the one that a program has called.
+ */
+#define STOP_BECAUSE_IN(function, reason_line, stop_line, ...)                                               \
     do {                                                                                                     \
         writeLog(OM_LOG_ASSERT, __FILE__, reason_line, __VA_ARGS__);                                         \
-        STOP_AT(stop_line, "0");                                                                             \
+        stop_process("0", __FILE__, stop_line, function);                                                    \
     } while (0)
+#define STOP_BECAUSE_AT(reason_line, stop_line, ...)                                                         \
+    STOP_BECAUSE_IN(__func__, reason_line, stop_line, __VA_ARGS__)
 #define STOP_BECAUSE(...) STOP_BECAUSE_AT(__LINE__, __LINE__, __VA_ARGS__)
 
 #endif

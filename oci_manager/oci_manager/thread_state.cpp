@@ -19,7 +19,7 @@ int trace_level_now(void)
     return om_thread.LOG_LVL;
 }
 
-/* Exports a member as a variable of its own. */
+/* Exports a member as a variable of its own. Programs take arrays of 16 bytes and more for aligned to 16. */
 #define EXPORT_MEMBER(name, offset, size)                                                                    \
     static_assert(offsetof(om_thread_t, name) == (offset) && sizeof(om_thread_t::name) == (size));           \
     asm(".globl " #name "\n"                                                                                 \
@@ -31,6 +31,6 @@ EXPORT_MEMBER(LOG_LVL, 0, 4);
 EXPORT_MEMBER(lStandardSec, 4, 4);
 EXPORT_MEMBER(hdl_list_tbl, 8, 8);
 EXPORT_MEMBER(cLogInit, 16, 1);
-EXPORT_MEMBER(cLogRoot, 17, 1024);
-EXPORT_MEMBER(cLogDate, 1041, 10);
-EXPORT_MEMBER(cLogFileName, 1051, 128);
+EXPORT_MEMBER(cLogRoot, 32, 1024);
+EXPORT_MEMBER(cLogFileName, 1056, 128);
+EXPORT_MEMBER(cLogDate, 1184, 10);

@@ -17,9 +17,9 @@ typedef struct om_thread_s {
     unsigned int lStandardSec;             /* when the level is read again, in seconds since the epoch */
     struct hdl_hash_table_s *hdl_list_tbl; /* wrappers of this thread's handles; null before the first */
     unsigned char cLogInit;                /* 1 once initLog has run */
-    char cLogRoot[1024];                   /* directory of the log file */
+    alignas(16) char cLogRoot[1024];       /* directory of the log file */
+    alignas(16) char cLogFileName[128];    /* its name, with the process id of the first record */
     char cLogDate[10];                     /* middle component of its path; empty unless a program fills it */
-    char cLogFileName[128];                /* its name, with the process id of the first record */
 } om_thread_t;
 
 /* The calling thread's state. Constant within a thread, so that a call asks once. */

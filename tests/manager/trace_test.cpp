@@ -1,0 +1,228 @@
+/* The trace log: records, levels, files. */
+#include <algorithm>
+#include <ctime>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "fixture.h"
+
+using namespace manager_tests;
+using testing::ElementsAre;
+
+namespace
+{
+
+class Trace : public EmptyTest
+{
+protected:
+    ~Trace() override { forget_trace_state(); }
+};
+
+/* Writes one record of each level and tells which arrived. */
+std::vector<std::string> written(const trace_capture &trace)
+{
+    for (const int level : {10, 20, 25, 30, 40, 45, 50, 60})
+        writeLog(level, "test.cpp", level, "level %d", level);
+    std::vector<std::string> texts;
+    for (const record &r : parse_records(trace.contents())) {
+        EXPECT_EQ(r.file, "test.cpp");
+        EXPECT_EQ(r.text, r.level == 0 ? "" : format("level %d", r.line));
+        EXPECT_EQ(r.level, r.line % 10 == 0 && r.line != 60 ? r.line : r.line == 45 ? 45 : 0);
+        texts.push_back(std::to_string(r.line));
+    }
+    return texts;
+}
+
+TEST_F(Trace, LevelDecidesWhatIsWritten)
+{
+    const std::vector<std::pair<int, std::vector<std::string>>> rows{
+        {0, {}},
+        {9, {}},
+        {10, {"10"}},
+        {20, {"10", "20"}},
+        {29, {"10", "20", "25"}},
+        {30, {"10", "20", "25", "30"}},
+        {40, {"10", "20", "25", "30", "40"}},
+        {45, {"10", "20", "25", "30", "40", "45"}},
+        {50, {"10", "20", "25", "30", "40", "45", "50"}},
+        {60, {"10", "20", "25", "30", "40", "45", "50", "60"}},
+    };
+    for (const auto &[level, expected] : rows) {
+        const trace_capture trace(level);
+        EXPECT_EQ(written(trace), expected) << level;
+    }
+}
+
+TEST_F(Trace, LevelIsANumberInTheEnvironment)
+{
+    const std::vector<std::pair<std::optional<std::string>, int>> rows{
+        {std::nullopt, 10},    {"30", 30},  {"30abc", 30}, {"abc", 0},  {"", 0},
+        {" 40", 40},           {"+20", 20}, {"-5", -5},    {"050", 50}, {"0x1e", 0},
+        {"45 everything", 45},
+    };
+    for (const auto &[value, level] : rows) {
+        const trace_capture trace(10);
+        const scoped_variable variable("DKOM_LOG_LEVEL", value);
+        writeLog(99, "test.cpp", 1, "%s", "");
+        EXPECT_EQ(LOG_LVL, level) << value.value_or("unset");
+    }
+}
+
+TEST_F(Trace, LevelIsReadAgainAfterItsMinute)
+{
+    const trace_capture trace(10);
+    const auto before = static_cast<unsigned>(std::time(nullptr));
+    writeLog(30, "test.cpp", 1, "%s", "too high");
+    EXPECT_GE(lStandardSec, before + 60);
+    EXPECT_LE(lStandardSec, static_cast<unsigned>(std::time(nullptr)) + 60);
+
+    const scoped_variable level("DKOM_LOG_LEVEL", "30");
+    writeLog(30, "test.cpp", 2, "%s", "not read yet");
+    EXPECT_EQ(LOG_LVL, 10);
+    lStandardSec = before - 1;
+    writeLog(30, "test.cpp", 3, "%s", "read");
+    EXPECT_EQ(LOG_LVL, 30);
+    EXPECT_GE(lStandardSec, before + 60);
+    LOG_LVL = 20; // a program may set it until then
+    writeLog(30, "test.cpp", 4, "%s", "set");
+    expect_records(trace.records(), {{30, "read", 3}});
+
+    /* Calls read it too, whatever the level that holds. */
+    const scoped_variable higher("DKOM_LOG_LEVEL", "50");
+    LOG_LVL = 10;
+    lStandardSec = before - 1;
+    trace.clear();
+    init_oci_manager();
+    EXPECT_EQ(LOG_LVL, 50);
+    expect_records({trace.records().at(0)}, {{50, "func_table_init_once"}});
+}
+
+TEST_F(Trace, AccurateTime)
+{
+    const trace_capture trace(10);
+    const std::time_t before = std::time(nullptr);
+    writeLog(10, "test.cpp", 1, "%s", "now");
+    const std::time_t after = std::time(nullptr);
+    std::tm fields{};
+    const std::string contents = trace.contents();
+    ASSERT_NE(strptime(contents.c_str(), "[%Y-%m-%d %H:%M:%S:", &fields), nullptr) << contents;
+    fields.tm_isdst = -1;
+    const std::time_t written_at = std::mktime(&fields);
+    EXPECT_GE(written_at, before);
+    EXPECT_LE(written_at, after);
+}
+
+TEST_F(Trace, ExactBytes)
+{
+    const trace_capture trace(50);
+    writeLog(50, "a/b/call.cpp", 7, "%s", "OCIStmtFetch");
+    writeLog(10, "call.cpp", 8, "rc=%d%%", 3);
+    writeLog(25, "/call.cpp", 9, "%s", "dropped");
+    std::vector<std::string> lines;
+    std::istringstream in(trace.contents());
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line.substr(line.find("] ") + 2));
+    EXPECT_THAT(lines, ElementsAre("\x1b[32mTRACE - OCIStmtFetch()\x1b[0m - (call.cpp:7)",
+                                   "\x1b[31m\x1b[1mASSERT - rc=3% <<< Check Please \x1b[0m - (call.cpp:8)",
+                                   " - (call.cpp:9)"));
+}
+
+TEST_F(Trace, LongMessagesAreCut)
+{
+    const trace_capture trace(50);
+    for (const std::size_t length : {7998U, 7999U, 8000U, 20000U})
+        writeLog(10, std::string(2000, 'f').c_str(), 1, "%s", std::string(length, 'x').c_str());
+    const std::string contents = trace.contents();
+    EXPECT_EQ(std::count(contents.begin(), contents.end(), 'x'), 7998 + 3 * 7999);
+    /* The suffix is cut at 1023 characters, which costs it its line feed. */
+    EXPECT_EQ(std::count(contents.begin(), contents.end(), 'f'), 4 * (1023 - 4));
+    EXPECT_EQ(std::count(contents.begin(), contents.end(), '\n'), 0);
+}
+
+TEST_F(Trace, FileIsNamedAfterTheProcess)
+{
+    const temporary_directory directory;
+    const std::filesystem::path before = std::filesystem::current_path();
+    const scoped_variable path("DKOM_LOG_PATH", std::nullopt);
+    forget_trace_state();
+    std::filesystem::current_path(directory.path);
+    writeLog(10, "test.cpp", 1, "%s", "here");
+    std::filesystem::current_path(before);
+    EXPECT_TRUE(std::filesystem::exists(directory.path / ("om_" + std::to_string(getpid()) + ".log")));
+    EXPECT_STREQ(cLogRoot, ".");
+    EXPECT_EQ(cLogInit, 1);
+}
+
+TEST_F(Trace, DirectoryIsTakenOnce)
+{
+    const trace_capture trace(10);
+    initLog();
+    const scoped_variable path("DKOM_LOG_PATH", "/nowhere");
+    writeLog(10, "test.cpp", 1, "%s", "first directory");
+    EXPECT_EQ(trace.records().size(), 1U);
+
+    /* The middle part of the path is a program's to fill. */
+    std::filesystem::create_directory(trace.directory.path / "today");
+    std::strcpy(cLogDate, "today");
+    writeLog(10, "test.cpp", 1, "%s", "second directory");
+    std::memset(cLogDate, 0, sizeof cLogDate);
+    EXPECT_TRUE(std::filesystem::exists(trace.directory.path / "today" / cLogFileName));
+}
+
+TEST_F(Trace, LongDirectoriesAreCut)
+{
+    const scoped_variable path("DKOM_LOG_PATH", std::string(3000, 'd'));
+    forget_trace_state();
+    writeLog(10, "test.cpp", 1, "%s", "lost");
+    EXPECT_EQ(std::string(cLogRoot), std::string(1023, 'd'));
+}
+
+TEST_F(Trace, NoDirectoryNoFault)
+{
+    const scoped_variable path("DKOM_LOG_PATH", "/nowhere/at/all");
+    const scoped_variable level("DKOM_LOG_LEVEL", "50");
+    forget_trace_state();
+    OCIEnv *env = nullptr;
+    EXPECT_EQ(OCIEnvCreate(&env, OCI_DEFAULT, nullptr, nullptr, nullptr, nullptr, 0, nullptr), OCI_SUCCESS);
+    EXPECT_EQ(OCIHandleFree(env, OCI_HTYPE_ENV), OCI_SUCCESS);
+}
+
+/* Compilers take the alignment that the ABI gives long arrays for granted, and clear them by 16 bytes. */
+TEST_F(Trace, ExportedArraysAreAligned)
+{
+    for (const char *name : {"cLogRoot", "cLogFileName"})
+        EXPECT_EQ(to_word(dlsym(RTLD_DEFAULT, name)) % 16, 0U) << name;
+}
+
+TEST_F(Trace, AForkedChildGoesOnWithItsParentsFile)
+{
+    const trace_capture trace(10);
+    writeLog(10, "test.cpp", 1, "%s", "parent");
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(20); // rather a dead child than a test that hangs
+        writeLog(10, "test.cpp", 2, "%s", "child");
+        std::thread([] { writeLog(10, "test.cpp", 3, "%s", "thread of the child"); }).join();
+        _exit(0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    const auto lines_of = [&](pid_t process) {
+        std::ifstream in(trace.directory.path / ("om_" + std::to_string(process) + ".log"));
+        std::vector<int> lines;
+        for (const record &r :
+             parse_records({std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()}))
+            lines.push_back(r.line);
+        return lines;
+    };
+    EXPECT_THAT(lines_of(getpid()), ElementsAre(1, 2));
+    EXPECT_THAT(lines_of(child), ElementsAre(3));
+}
+
+} // namespace
