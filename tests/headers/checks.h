@@ -12,11 +12,11 @@
 #define JOIN(left, right) JOIN_TOKENS(left, right)
 #define STATIC_CHECK(condition) typedef char JOIN(check_on_line_, __LINE__)[(condition) ? 1 : -1]
 
-#define CHECK_LAYOUT(type, size, alignment) \
-    struct aligned_##type {                 \
-        char before;                        \
-        type member;                        \
-    };                                      \
+#define CHECK_LAYOUT(type, size, alignment)                                                                  \
+    struct aligned_##type {                                                                                  \
+        char before;                                                                                         \
+        type member;                                                                                         \
+    };                                                                                                       \
     STATIC_CHECK(sizeof(type) == (size) && offsetof(struct aligned_##type, member) == (alignment))
 
 #define IS_SIGNED(type) ((type)-1 < (type)1)
@@ -101,7 +101,7 @@ STATIC_CHECK(offsetof(ocixmldbparam, name_ocixmldbparam) == 0);
 STATIC_CHECK(offsetof(ocixmldbparam, value_ocixmldbparam) == 8);
 
 /* Applications test constants in preprocessor conditions, which know neither casts nor enumerators. */
-#if OCI_ERROR != -1 || OCI_HTYPE_LAST < OCI_HTYPE_FIRST || OCI_DURATION_INVALID != 0xFFFF || \
+#if OCI_ERROR != -1 || OCI_HTYPE_LAST < OCI_HTYPE_FIRST || OCI_DURATION_INVALID != 0xFFFF ||                 \
     OCI_IND_NULL != -1
 #    error "constants are not plain integers"
 #endif
@@ -192,9 +192,9 @@ static const long statement_types[] = {
     OCI_STMT_DROP,    OCI_STMT_ALTER,  OCI_STMT_BEGIN,  OCI_STMT_DECLARE, OCI_STMT_CALL,
 };
 
-#define SEQUENCE(values, first)                                      \
-    {                                                                \
-#        values, first, values, sizeof(values) / sizeof((values)[0]) \
+#define SEQUENCE(values, first)                                                                              \
+    {                                                                                                        \
+#        values, first, values, sizeof(values) / sizeof((values)[0])                                         \
     }
 
 static const struct sequence sequences[] = {
@@ -211,9 +211,9 @@ struct constant {
     long expected;
 };
 
-#define CONSTANT(name, expected) \
-    {                            \
-#        name, name, expected    \
+#define CONSTANT(name, expected)                                                                             \
+    {                                                                                                        \
+#        name, name, expected                                                                                \
     }
 
 static const struct constant constants[] = {
@@ -365,9 +365,9 @@ static const long session_get_modes[] = {
     OCI_SESSGET_PURITY_SELF, OCI_SESSGET_SYSDBA,         OCI_SESSGET_CPOOL,
 };
 
-#define FLAG_SET(values)                                      \
-    {                                                         \
-#        values, values, sizeof(values) / sizeof((values)[0]) \
+#define FLAG_SET(values)                                                                                     \
+    {                                                                                                        \
+#        values, values, sizeof(values) / sizeof((values)[0])                                                \
     }
 
 static const struct flag_set flag_sets[] = {

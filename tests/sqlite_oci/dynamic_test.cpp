@@ -1,0 +1,192 @@
+// Binds and defines through callbacks.
+#include "client.h"
+
+#include <map>
+
+namespace sqlite_oci_test
+{
+namespace
+{
+
+class dynamic : public sqlite_oci_test
+{
+};
+
+// The values of the rows of an array execution, given in pieces of at most `piece_size` bytes.
+struct source {
+    std::vector<std::optional<std::string>> rows;
+    std::size_t piece_size;
+    sb2 indicator = 0;
+    std::map<ub4, std::size_t> given{}; // by row
+    sb4 answer = OCI_CONTINUE;
+};
+
+sb4 give(void *context, OCIBind *, ub4 row, ub4 index, void **buffer, ub4 *length, ub1 *piece,
+         void **indicator)
+{
+    auto &from = *static_cast<source *>(context);
+    EXPECT_EQ(index, 0u);
+    from.indicator = from.rows.at(row) ? OCI_IND_NOTNULL : OCI_IND_NULL;
+    *indicator = &from.indicator;
+    *piece = OCI_ONE_PIECE;
+    if (!from.rows[row])
+        return from.answer;
+    std::size_t &at = from.given[row];
+    const std::size_t left = from.rows[row]->size() - at;
+    const std::size_t size = std::min(from.piece_size, left);
+    *buffer = from.rows[row]->data() + at;
+    *length = static_cast<ub4>(size);
+    *piece = size < left ? at ? OCI_NEXT_PIECE : OCI_FIRST_PIECE : at ? OCI_LAST_PIECE : OCI_ONE_PIECE;
+    at += size;
+    return from.answer;
+}
+
+// What a define's callback was given, by row; its buffer is `size` bytes long.
+struct target {
+    std::size_t size;
+    std::vector<std::string> rows{};
+    std::vector<sb2> indicators = std::vector<sb2>(10, 99);
+    std::string buffer{};
+    ub4 length = 0;
+    ub2 code = 99;
+    std::vector<ub1> pieces{};
+    ub1 wanted = OCI_FIRST_PIECE; // what the program answers: as many pieces as there are
+
+    // The piece that was filled since the last call.
+    void collect()
+    {
+        if (!rows.empty())
+            rows.back().append(buffer, 0, length);
+    }
+};
+
+sb4 take(void *context, OCIDefine *, ub4 row, void **buffer, ub4 **length, ub1 *piece, void **indicator,
+         ub2 **code)
+{
+    auto &into = *static_cast<target *>(context);
+    into.collect();
+    into.pieces.push_back(*piece);
+    if (*piece == OCI_FIRST_PIECE)
+        into.rows.emplace_back();
+    EXPECT_EQ(into.rows.size(), row + 1);
+    into.buffer.assign(into.size, '?');
+    into.length = static_cast<ub4>(into.size);
+    *buffer = into.buffer.data();
+    *length = &into.length;
+    *indicator = &into.indicators[row];
+    *code = &into.code;
+    if (into.wanted != OCI_FIRST_PIECE)
+        *piece = into.wanted;
+    return OCI_CONTINUE;
+}
+
+sword bind_source(const prepared &statement, ub2 type, source &from, sb4 size = 1 << 20)
+{
+    OCIBind *made = nullptr;
+    EXPECT_EQ(OCIBindByName(statement.handle, &made, statement.client.errors, text(":x"), 2, nullptr, size,
+                            type, nullptr, nullptr, nullptr, 0, nullptr, OCI_DATA_AT_EXEC),
+              OCI_SUCCESS);
+    return OCIBindDynamic(made, statement.client.errors, &from, give, nullptr, nullptr);
+}
+
+sword define_target(const prepared &statement, ub2 type, sb4 size, target &into)
+{
+    OCIDefine *made = nullptr;
+    EXPECT_EQ(OCIDefineByPos(statement.handle, &made, statement.client.errors, 1, nullptr, size, type,
+                             nullptr, nullptr, nullptr, OCI_DYNAMIC_FETCH),
+              OCI_SUCCESS)
+        << statement.client.message();
+    return OCIDefineDynamic(made, statement.client.errors, &into, take);
+}
+
+TEST_F(dynamic, values_pass_in_pieces)
+{
+    const std::string accents = "caf\xC3\xA9 \xF0\x9F\x98\x80 ", bytes("\0\1\2\3\4\5\6\7\xFF", 9);
+    std::string many;
+    for (int i = 0; i < 1000; ++i)
+        many += accents;
+    const struct {
+        ub2 type;
+        std::vector<std::optional<std::string>> rows;
+    } cases[] = {
+        {SQLT_CHR, {"short", many, std::nullopt, accents}},
+        {SQLT_LNG, {many, "x"}},
+        {SQLT_BIN, {bytes, std::nullopt, many}},
+        {SQLT_LBI, {many, bytes}},
+    };
+    for (const auto &[type, rows] : cases) {
+        for (const std::size_t size : {std::size_t{1}, std::size_t{7}, std::size_t{4096}, many.size()}) {
+            SCOPED_TRACE(testing::Message() << "type " << type << " pieces of " << size);
+            ASSERT_EQ(db.run("CREATE TABLE t(id INTEGER PRIMARY KEY, x)"), 0);
+            const prepared insert(db, "INSERT INTO t(x) VALUES(:x)");
+            source from{rows, size};
+            ASSERT_EQ(bind_source(insert, type, from), OCI_SUCCESS);
+            ASSERT_EQ(insert.execute(static_cast<ub4>(rows.size())), OCI_SUCCESS) << db.message();
+
+            const prepared query(db, "SELECT x FROM t ORDER BY id");
+            target into{size};
+            ASSERT_EQ(define_target(query, type, 1 << 30, into), OCI_SUCCESS);
+            ASSERT_EQ(query.execute(static_cast<ub4>(rows.size())), OCI_SUCCESS) << db.message();
+            into.collect();
+            ASSERT_EQ(into.rows.size(), rows.size());
+            for (std::size_t i = 0; i < rows.size(); ++i) {
+                EXPECT_EQ(into.rows[i], rows[i].value_or(""));
+                EXPECT_EQ(into.indicators[i], rows[i] ? OCI_IND_NOTNULL : OCI_IND_NULL);
+            }
+            ASSERT_EQ(db.run("DROP TABLE t"), 0);
+        }
+    }
+}
+
+TEST_F(dynamic, numbers_pass_whole)
+{
+    const prepared query(db, "SELECT :x + 1 FROM dual");
+    const int given = 41;
+    source from{{std::string(reinterpret_cast<const char *>(&given), sizeof given)}, 100};
+    target into{sizeof(int)};
+    ASSERT_EQ(bind_source(query, SQLT_INT, from, sizeof given), OCI_SUCCESS);
+    ASSERT_EQ(define_target(query, SQLT_INT, sizeof(int), into), OCI_SUCCESS);
+    ASSERT_EQ(query.execute(1), OCI_SUCCESS) << db.message();
+    EXPECT_EQ(*reinterpret_cast<const int *>(into.buffer.data()), 42);
+    EXPECT_EQ(into.code, 0);
+}
+
+TEST_F(dynamic, programs_can_stop_or_take_less)
+{
+    const prepared query(db, "SELECT :x FROM dual");
+    source from{{"a value"}, 2};
+    from.answer = OCI_ERROR;
+    target into{3};
+    ASSERT_EQ(bind_source(query, SQLT_CHR, from), OCI_SUCCESS);
+    ASSERT_EQ(define_target(query, SQLT_CHR, 100, into), OCI_SUCCESS);
+    EXPECT_EQ(query.execute(1), OCI_ERROR);
+    EXPECT_EQ(db.code(), 24343);
+
+    from = {{"a value"}, 2};
+    into.wanted = OCI_ONE_PIECE;
+    EXPECT_EQ(query.execute(1), OCI_SUCCESS_WITH_INFO);
+    EXPECT_EQ(db.code(), 1406);
+    EXPECT_EQ(into.buffer, "a v");
+    EXPECT_EQ(into.code, 1406);
+
+    // Without its callback, and with a callback for what is in the program's memory already.
+    OCIBind *made = nullptr;
+    char value[10] = "x";
+    const auto bind = [&](ub4 mode) {
+        return OCIBindByName(query.handle, &made, db.errors, text(":x"), 2, value, 1, SQLT_CHR, nullptr,
+                             nullptr, nullptr, 0, nullptr, mode);
+    };
+    ASSERT_EQ(bind(OCI_DEFAULT), OCI_SUCCESS);
+    EXPECT_EQ(OCIBindDynamic(made, db.errors, &from, give, nullptr, nullptr), OCI_ERROR);
+    EXPECT_EQ(db.code(), 24315);
+    const prepared other(db, "SELECT :x FROM dual");
+    made = nullptr;
+    ASSERT_EQ(OCIBindByName(other.handle, &made, db.errors, text(":x"), 2, nullptr, 10, SQLT_CHR, nullptr,
+                            nullptr, nullptr, 0, nullptr, OCI_DATA_AT_EXEC),
+              OCI_SUCCESS);
+    EXPECT_EQ(other.execute(0), OCI_ERROR);
+    EXPECT_EQ(db.code(), 3001);
+}
+
+} // namespace
+} // namespace sqlite_oci_test
