@@ -1,0 +1,175 @@
+#include "program.h"
+
+#include <array>
+#include <cerrno>
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// The program at a terminal of its own.
+class Terminal
+{
+public:
+    Terminal(const std::string &directory, std::vector<std::string> words,
+             std::vector<std::string> environment)
+    {
+        child_ = forkpty(&terminal_, nullptr, nullptr, nullptr);
+        if (child_ != 0)
+            return;
+        if (chdir(directory.c_str()) == 0)
+            execve(words[0].c_str(), argument_pointers(words).data(), argument_pointers(environment).data());
+        _exit(127);
+    }
+
+    ~Terminal()
+    {
+        if (child_ > 0)
+            kill(child_, SIGKILL);
+        wait();
+        close(terminal_);
+    }
+
+    void type(const std::string &text) const
+    {
+        EXPECT_EQ(write(terminal_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+
+    /// Waits until `text` has appeared behind what was found before.
+    bool shows(const std::string &text)
+    {
+        constexpr int patience_ms = 10000;
+        for (;;) {
+            const std::size_t found = screen_.find(text, seen_);
+            if (found != std::string::npos) {
+                seen_ = found + text.size();
+                return true;
+            }
+            pollfd waiting{terminal_, POLLIN, 0};
+            std::array<char, 4096> buffer{};
+            if (poll(&waiting, 1, patience_ms) <= 0)
+                return false;
+            const ssize_t count = read(terminal_, buffer.data(), buffer.size());
+            if (count <= 0) {
+                is_closed_ = true;
+                return false;
+            }
+            screen_.append(buffer.data(), static_cast<std::size_t>(count));
+        }
+    }
+
+    /// Exit status of the program; -1 when it did not end by itself.
+    int wait()
+    {
+        if (child_ <= 0)
+            return -1;
+        while (shows("\n")) { // reads up to the end: a full terminal would keep the program from ending
+        }
+        int status = -1;
+        if (!is_closed_)
+            kill(child_, SIGKILL);
+        waitpid(child_, &status, 0);
+        child_ = 0;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    const std::string &screen() const { return screen_; }
+
+private:
+    pid_t child_ = -1;
+    int terminal_ = -1;
+    std::string screen_;
+    std::size_t seen_ = 0;
+    bool is_closed_ = false; // the program has let go of the terminal
+};
+
+class Interactive : public BothBackends
+{
+protected:
+    Terminal start() { return {directory().string(), {DKOMSQL_PROGRAM, link()}, environment()}; }
+    std::string prompt() const { return link() + " [" + backend() + "]> "; }
+};
+RUN_ON_BOTH_BACKENDS(Interactive);
+
+TEST_P(Interactive, session)
+{
+    Terminal terminal = start();
+    ASSERT_TRUE(terminal.shows("served by " + backend())) << terminal.screen();
+    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
+
+    terminal.type("create table t(a varchar2(20));\n");
+    ASSERT_TRUE(terminal.shows("Done.")) << terminal.screen();
+    terminal.type("insert into t\n");
+    ASSERT_TRUE(terminal.shows("...> ")) << terminal.screen();
+    terminal.type("values('über');\n");
+    ASSERT_TRUE(terminal.shows("1 row inserted.")) << terminal.screen();
+
+    terminal.type("select nothing from nowhere;\n");
+    ASSERT_TRUE(terminal.shows("error [" + backend() + "]:")) << terminal.screen();
+
+    // Ctrl-C drops what has been typed and leaves the shell alone.
+    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
+    terminal.type("select broken\n");
+    ASSERT_TRUE(terminal.shows("...> ")) << terminal.screen();
+    terminal.type("still broken\003");
+    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
+    terminal.type("select a || '!' from t;\n");
+    ASSERT_TRUE(terminal.shows(" über!")) << terminal.screen();
+    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
+
+    terminal.type("\\q\n");
+    EXPECT_EQ(terminal.wait(), 0) << terminal.screen();
+
+    const std::string history = read_file("state/dkomsql/history");
+    EXPECT_NE(history.find("create"), std::string::npos) << history;
+    EXPECT_EQ(history.find("broken"), std::string::npos) << history;
+}
+
+TEST_P(Interactive, interrupt_breaks_the_statement)
+{
+    Terminal terminal = start();
+    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
+    terminal.type(
+        "with recursive n(i) as (select 1 union all select i + 1 from n) select count(*) from n;\n");
+    ASSERT_TRUE(terminal.shows("from n;")) << terminal.screen();
+    for (int attempt = 0; attempt < 2; attempt++) { // the first may come before the statement runs
+        usleep(300000);
+        terminal.type("\003");
+    }
+    ASSERT_TRUE(terminal.shows("ORA-01013")) << terminal.screen();
+    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
+    terminal.type("select 6 * 7;\n");
+    ASSERT_TRUE(terminal.shows(" 42")) << terminal.screen();
+    terminal.type("\\q\n");
+    EXPECT_EQ(terminal.wait(), 0) << terminal.screen();
+}
+
+TEST_P(Interactive, prompt_marks_open_changes)
+{
+    Terminal terminal = start();
+    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
+    terminal.type("\\autocommit off\n");
+    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
+    terminal.type("create table t(a integer);\n");
+    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
+    terminal.type("insert into t values(1);\n");
+    ASSERT_TRUE(terminal.shows(link() + " [" + backend() + "]*> ")) << terminal.screen();
+    terminal.type("rollback;\n");
+    ASSERT_TRUE(terminal.shows("Rolled back.")) << terminal.screen();
+    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
+    terminal.type("\\q\n");
+    EXPECT_EQ(terminal.wait(), 0) << terminal.screen();
+}
+
+TEST_P(Interactive, end_of_input_leaves)
+{
+    Terminal terminal = start();
+    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
+    terminal.type("\004");
+    EXPECT_EQ(terminal.wait(), 0) << terminal.screen();
+}
+
+} // namespace

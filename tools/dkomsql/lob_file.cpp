@@ -1,0 +1,108 @@
+#include "lob_file.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include <fmt/format.h>
+
+#include "interrupt.h"
+#include "progress.h"
+
+namespace dkomsql
+{
+
+namespace
+{
+
+/// A file that takes its name when commit() is called. One that is no regular file, such as a terminal or a
+/// pipe, is written at once.
+class NewFile
+{
+public:
+    explicit NewFile(std::string path) : path_(std::move(path)), written_(path_)
+    {
+        std::error_code unknown;
+        const std::filesystem::file_status status = std::filesystem::status(path_, unknown);
+        if (std::filesystem::is_directory(status))
+            throw std::runtime_error(fmt::format("{} is a directory", path_));
+        if (!std::filesystem::exists(status) || std::filesystem::is_regular_file(status))
+            written_ += ".part";
+        out_.open(written_, std::ios::binary | std::ios::trunc);
+        if (!out_)
+            throw std::runtime_error(fmt::format("cannot write {}: {}", path_, std::strerror(errno)));
+    }
+
+    ~NewFile()
+    {
+        std::error_code ignored;
+        if (written_ != path_)
+            std::filesystem::remove(written_, ignored);
+    }
+
+    NewFile(const NewFile &) = delete;
+    NewFile &operator=(const NewFile &) = delete;
+
+    void write(std::string_view bytes)
+    {
+        if (!out_.write(bytes.data(), static_cast<std::streamsize>(bytes.size())))
+            throw std::runtime_error(fmt::format("cannot write {}: {}", path_, std::strerror(errno)));
+    }
+
+    void commit()
+    {
+        out_.close();
+        if (!out_)
+            throw std::runtime_error(fmt::format("cannot write {}: {}", path_, std::strerror(errno)));
+        if (written_ != path_)
+            std::filesystem::rename(written_, path_);
+    }
+
+private:
+    std::string path_;
+    std::string written_;
+    std::ofstream out_;
+};
+
+} // namespace
+
+std::string write_lob_file(const Session &session, Statement &query, const std::string &path)
+{
+    if (!can_describe(session))
+        throw std::runtime_error(
+            "\\lob needs LOB locators, which a Dravik connection does not have in this "
+            "release; select the value instead, which shows up to --max-value bytes of it");
+    Cursor cursor(query, longest_fetched_value, 0);
+    if (!cursor.is_lob(0))
+        throw std::runtime_error(
+            fmt::format("\\lob: the first column, {}, is no CLOB or BLOB", cursor.columns().front()));
+    const std::size_t rows = cursor.fetch();
+    if (rows != 1)
+        throw std::runtime_error(fmt::format("\\lob: the query has {}; it has to have one row",
+                                             rows == 0 ? "no row" : "more than one row"));
+    const std::optional<Lob> lob = cursor.lob(0, 0);
+    if (!lob)
+        throw std::runtime_error(
+            fmt::format("\\lob: {} is NULL, {} is not written", cursor.columns().front(), path));
+
+    NewFile file(path);
+    std::size_t done = 0;
+    {
+        // The characters of a text are more bytes than its length tells, but mostly not many more.
+        ProgressBar progress(lob->length(), "kB");
+        const bool is_whole = lob->stream([&](std::string_view piece) {
+            file.write(piece);
+            done += piece.size();
+            progress.update(done, done >> 10);
+            return !interrupted();
+        });
+        if (!is_whole)
+            throw std::runtime_error(fmt::format("interrupted: {} is not written", path));
+    }
+    file.commit();
+    return lob->length_text();
+}
+
+} // namespace dkomsql
