@@ -299,8 +299,9 @@ TEST_F(Commands, large_objects)
     EXPECT_EQ(read_file("two.bin"), std::string("\0\xff\x10", 3));
     output_of({"world", "-e", "\\lob three.bin select picture from kinds where id = 3"});
     std::string digits;
-    for (const unsigned char byte : read_file("three.bin")) {
+    for (const char character : read_file("three.bin")) {
         constexpr const char *hexadecimal = "0123456789ABCDEF";
+        const auto byte = static_cast<unsigned char>(character);
         digits += {hexadecimal[byte >> 4], hexadecimal[byte & 15]};
     }
     EXPECT_EQ(output_of({"world", "--no-header", "-b", "d=" + digits.substr(0, 60000), "-e",

@@ -1,0 +1,315 @@
+/*
+ * What a call through libdkom.so costs beside the direct call, in one process. Prints a table of the figures
+ * that the library is held to; --benchmark_out=FILE writes every measurement as JSON.
+ */
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "connection.h"
+#include "figures.h"
+
+#include "trace.h"
+
+namespace
+{
+
+connection &main_connection()
+{
+    static connection c;
+    return c;
+}
+
+/* The calls that are measured, each through libdkom.so and directly. */
+struct measured_call {
+    const char *name;
+    sword (*through)(connection &);
+    sword (*direct)(const direct_calls &, connection &);
+};
+
+OCINumber number;
+OCIDate date;
+const int one = 1;
+ub4 row_count;
+ub4 amount;
+
+const measured_call measured_calls[] = {
+    {"commit", [](connection &c) { return OCITransCommit(c.svchp, c.errhp, OCI_DEFAULT); },
+     [](const direct_calls &d, connection &c) { return d.trans_commit(c.svchp, c.errhp, OCI_DEFAULT); }},
+    {"fetch",
+     [](connection &c) { return OCIStmtFetch2(c.stmtp, c.errhp, 1, OCI_FETCH_NEXT, 0, OCI_DEFAULT); },
+     [](const direct_calls &d, connection &c) {
+         return d.stmt_fetch2(c.stmtp, c.errhp, 1, OCI_FETCH_NEXT, 0, OCI_DEFAULT);
+     }},
+    {"attribute_get",
+     [](connection &c) {
+         return OCIAttrGet(c.stmtp, OCI_HTYPE_STMT, &row_count, nullptr, OCI_ATTR_ROW_COUNT, c.errhp);
+     },
+     [](const direct_calls &d, connection &c) {
+         return d.attr_get(c.stmtp, OCI_HTYPE_STMT, &row_count, nullptr, OCI_ATTR_ROW_COUNT, c.errhp);
+     }},
+    {"rebind",
+     [](connection &c) {
+         return OCIBindByPos(c.stmtp, &c.bindp, c.errhp, 1, nullptr, 0, SQLT_CHR, nullptr, nullptr, nullptr,
+                             0, nullptr, OCI_DEFAULT);
+     },
+     [](const direct_calls &d, connection &c) {
+         return d.bind_by_pos(c.stmtp, &c.bindp, c.errhp, 1, nullptr, 0, SQLT_CHR, nullptr, nullptr, nullptr,
+                              0, nullptr, OCI_DEFAULT);
+     }},
+    {"lob_read",
+     [](connection &c) {
+         return OCILobRead(c.svchp, c.errhp, c.locp, &amount, 1, nullptr, 0, nullptr, nullptr, 0,
+                           SQLCS_IMPLICIT);
+     },
+     [](const direct_calls &d, connection &c) {
+         return d.lob_read(c.svchp, c.errhp, c.locp, &amount, 1, nullptr, 0, nullptr, nullptr, 0,
+                           SQLCS_IMPLICIT);
+     }},
+    {"number", [](connection &c) { return OCINumberFromInt(c.errhp, &one, 4, OCI_NUMBER_SIGNED, &number); },
+     [](const direct_calls &d, connection &c) {
+         return d.number_from_int(c.errhp, &one, 4, OCI_NUMBER_SIGNED, &number);
+     }},
+    {"date", [](connection &c) { return OCIDateAddDays(c.errhp, &date, 1, &date); },
+     [](const direct_calls &d, connection &c) { return d.date_add_days(c.errhp, &date, 1, &date); }},
+};
+
+void through(benchmark::State &state, const measured_call &call)
+{
+    connection &c = main_connection();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(call.through(c));
+}
+
+void direct(benchmark::State &state, const measured_call &call)
+{
+    connection &c = main_connection();
+    const direct_calls &d = null_backend();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(call.direct(d, c));
+}
+
+/* Service contexts beside those of the connection, on the same server. */
+class more_handles
+{
+public:
+    explicit more_handles(size_t count)
+    {
+        connection &c = main_connection();
+        for (size_t i = 0; i < count; i++) {
+            handles.push_back(c.allocate<OCISvcCtx>(OCI_HTYPE_SVCCTX));
+            connection::check(
+                OCIAttrSet(handles.back(), OCI_HTYPE_SVCCTX, c.srvhp, 0, OCI_ATTR_SERVER, c.errhp),
+                "OCIAttrSet");
+        }
+    }
+    ~more_handles()
+    {
+        for (OCISvcCtx *svchp : handles)
+            OCIHandleFree(svchp, OCI_HTYPE_SVCCTX);
+    }
+    std::vector<OCISvcCtx *> handles;
+};
+
+enum class which { oldest, newest, any };
+
+void commit_among(benchmark::State &state, which handle)
+{
+    connection &c = main_connection();
+    more_handles more(static_cast<size_t>(state.range(0)));
+    std::vector<OCISvcCtx *> order{handle == which::oldest ? c.svchp : more.handles.back()};
+    if (handle == which::any) {
+        order = more.handles;
+        std::shuffle(order.begin(), order.end(), std::mt19937(1));
+    }
+    size_t next = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(OCITransCommit(order[next], c.errhp, OCI_DEFAULT));
+        if (++next == order.size())
+            next = 0;
+    }
+}
+
+void allocate_and_free(benchmark::State &state)
+{
+    connection &c = main_connection();
+    more_handles more(static_cast<size_t>(state.range(0)));
+    for (auto _ : state) {
+        void *hndlp = nullptr;
+        OCIHandleAlloc(c.envhp, &hndlp, OCI_HTYPE_STMT, 0, nullptr);
+        OCIHandleFree(hndlp, OCI_HTYPE_STMT);
+    }
+}
+
+/* What the two backends need for the pair, and one wrapper. */
+void backends_allocate_and_free(benchmark::State &state)
+{
+    connection &c = main_connection();
+    const direct_calls &d = null_backend();
+    for (auto _ : state) {
+        void *oracle = nullptr;
+        void *dravik = nullptr;
+        d.handle_alloc(c.envhp, &oracle, OCI_HTYPE_STMT, 0, nullptr);
+        d.handle_alloc(c.envhp, &dravik, OCI_HTYPE_STMT, 0, nullptr);
+        void *wrapper = std::calloc(1, 168);
+        benchmark::DoNotOptimize(wrapper);
+        d.handle_free(oracle, OCI_HTYPE_STMT);
+        d.handle_free(dravik, OCI_HTYPE_STMT);
+        std::free(wrapper);
+    }
+}
+
+/* A statement with its child is made and freed while other statements' children fill the table. */
+void free_statement(benchmark::State &state)
+{
+    connection &c = main_connection();
+    more_handles more(static_cast<size_t>(state.range(0)));
+    for (auto _ : state) {
+        void *stmtp = nullptr;
+        OCIHandleAlloc(c.envhp, &stmtp, OCI_HTYPE_STMT, 0, nullptr);
+        OCIBind *bindp = nullptr;
+        OCIBindByPos(static_cast<OCIStmt *>(stmtp), &bindp, c.errhp, 1, nullptr, 0, SQLT_CHR, nullptr,
+                     nullptr, nullptr, 0, nullptr, OCI_DEFAULT);
+        OCIHandleFree(stmtp, OCI_HTYPE_STMT);
+    }
+}
+
+constexpr char record_text[] = "END FUNC - OCISessionBegin(): measured record of the usual length, rc=0";
+
+void write_record(benchmark::State &state)
+{
+    main_connection();
+    for (auto _ : state)
+        writeLog(OM_LOG_ASSERT, __FILE__, __LINE__, "%s", record_text);
+}
+
+/* The same number of bytes, by the system calls alone. */
+void write_bytes(benchmark::State &state)
+{
+    main_connection();
+    writeLog(OM_LOG_ASSERT, __FILE__, __LINE__, "%s", record_text);
+    const std::string log = std::string(cLogRoot) + "/" + cLogFileName;
+    struct stat before {
+    };
+    struct stat after {
+    };
+    stat(log.c_str(), &before);
+    writeLog(OM_LOG_ASSERT, __FILE__, __LINE__, "%s", record_text);
+    stat(log.c_str(), &after);
+    const std::string bytes(static_cast<size_t>(after.st_size - before.st_size), 'x');
+    const std::string path = std::string(cLogRoot) + "/bare.log";
+    for (auto _ : state) {
+        const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0666);
+        benchmark::DoNotOptimize(write(fd, bytes.data(), bytes.size()));
+        close(fd);
+    }
+}
+
+void commit_in_threads(benchmark::State &state)
+{
+    const connection c;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(OCITransCommit(c.svchp, c.errhp, OCI_DEFAULT));
+}
+
+void commit_at_level(benchmark::State &state)
+{
+    connection &c = main_connection();
+    lStandardSec = ~0U; // the level stays what is set here
+    LOG_LVL = static_cast<int>(state.range(0));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(OCITransCommit(c.svchp, c.errhp, OCI_DEFAULT));
+    lStandardSec = 0;
+    LOG_LVL = OM_DEFAULT_LEVEL;
+}
+
+void register_all()
+{
+    for (const measured_call &call : measured_calls) {
+        benchmark::RegisterBenchmark((std::string(call.name) + "/through").c_str(),
+                                     [&call](benchmark::State &s) { through(s, call); });
+        benchmark::RegisterBenchmark((std::string(call.name) + "/direct").c_str(),
+                                     [&call](benchmark::State &s) { direct(s, call); });
+    }
+    for (const int count : {10, 1000, 10000, 100000}) {
+        benchmark::RegisterBenchmark("commit/oldest", commit_among, which::oldest)->Arg(count);
+        benchmark::RegisterBenchmark("commit/newest", commit_among, which::newest)->Arg(count);
+        benchmark::RegisterBenchmark("handle/pair", allocate_and_free)->Arg(count);
+        benchmark::RegisterBenchmark("statement/free", free_statement)->Arg(count);
+    }
+    benchmark::RegisterBenchmark("commit/any", commit_among, which::any)->Arg(10000);
+    benchmark::RegisterBenchmark("handle/backends", backends_allocate_and_free);
+    benchmark::RegisterBenchmark("record/written", write_record);
+    benchmark::RegisterBenchmark("record/bare", write_bytes);
+    for (const int threads : {1, 2})
+        benchmark::RegisterBenchmark("commit", commit_in_threads)->Threads(threads)->UseRealTime();
+    for (const int level : {10, 20, 30, 40, 45, 50})
+        benchmark::RegisterBenchmark("level", commit_at_level)->Arg(level);
+}
+
+std::vector<figure> figures()
+{
+    std::vector<figure> list = {
+        {"commit, against direct", "commit/through", "commit/direct", 4.0},
+        {"fetch, against direct", "fetch/through", "fetch/direct", 6.0},
+        {"attribute get, against direct", "attribute_get/through", "attribute_get/direct", 6.0},
+        {"rebind, against direct", "rebind/through", "rebind/direct", 6.0},
+        {"LOB read, against direct", "lob_read/through", "lob_read/direct", 6.0},
+        {"number call, against direct", "number/through", "number/direct", 3.0},
+        {"date call, against direct", "date/through", "date/direct", 3.0},
+        {"commit, any of 10 000 handles, against 10", "commit/any/10000", "commit/newest/10", 2.5},
+        {"handle pair, against both backends' and a calloc", "handle/pair/10", "handle/backends", 2.0},
+        {"written record, against open, write, close", "record/written", "record/bare", 1.2},
+        {"two threads, throughput of one", "commit/real_time/threads:1", "commit/real_time/threads:2", 1.9,
+         true},
+    };
+    for (const char *count : {"1000", "10000", "100000"}) {
+        const std::string of = std::string(" at ") + count + " handles, against 10";
+        for (const char *handle : {"oldest", "newest"})
+            list.push_back({"commit, " + std::string(handle) + of,
+                            "commit/" + std::string(handle) + "/" + count,
+                            "commit/" + std::string(handle) + "/10", 1.25});
+        list.push_back({"handle pair" + of, std::string("handle/pair/") + count, "handle/pair/10", 1.25});
+        list.push_back({"statement with a bind, freed" + of, std::string("statement/free/") + count,
+                        "statement/free/10", 1.25});
+    }
+    return list;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    char directory[] = "/tmp/dkom_bench_XXXXXX";
+    if (!mkdtemp(directory)) {
+        std::perror("call_cost: no directory for the trace");
+        return 1;
+    }
+    setenv("DKOM_LOG_PATH", directory, 1);
+    main_connection();
+
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 2;
+    register_all();
+    median_reporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+
+    const std::string remove = std::string(directory) + "/";
+    for (const std::string &file : {remove + cLogFileName, remove + "bare.log"})
+        unlink(file.c_str());
+    rmdir(directory);
+    return print_figures(figures(), reporter.medians()) ? 0 : 1;
+}

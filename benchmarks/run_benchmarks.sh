@@ -1,0 +1,41 @@
+#!/bin/sh
+# Measures what a call through libdkom.so costs. Usage: run_benchmarks.sh BUILD_DIRECTORY [counts]
+# Writes BUILD_DIRECTORY/benchmarks.json; with "counts" it counts instructions under callgrind instead.
+set -eu
+build=$(cd "$1" && pwd)
+
+# Instructions of the whole program for a number of calls.
+instructions() {
+    valgrind --tool=callgrind --callgrind-out-file=/dev/null "$build/bin/call_counts" "$1" "$2" 2>&1 |
+        sed -n 's/.*Collected : \([0-9]*\).*/\1/p'
+}
+
+# What one call takes: the difference of two runs, less the loop around it.
+count() {
+    few=$(instructions "$1" 1000)
+    many=$(instructions "$1" 3000)
+    echo $(((many - few) / 2000 - loop))
+}
+
+if [ "${2:-}" = counts ]; then
+    loop=0
+    loop=$(count nothing)
+    printf '%-16s %12s %7s\n' call instructions limit
+    while read -r call limit; do
+        printf '%-16s %12s %7s\n' "$call" "$(count "$call")" "$limit"
+    done <<LIMITS
+direct -
+commit 120
+fetch 220
+attribute_get 220
+rebind 220
+lob_read 220
+number 70
+date 70
+LIMITS
+    exit 0
+fi
+
+exec "$build/bin/call_cost" --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true \
+    --benchmark_min_time=0.05 --benchmark_report_aggregates_only=true \
+    --benchmark_out="$build/benchmarks.json" --benchmark_out_format=json
