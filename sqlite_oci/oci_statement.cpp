@@ -7,8 +7,8 @@ using namespace sqlite_oci;
 namespace
 {
 
-constexpr ub4 served_bind_modes =
-    OCI_DEFAULT | OCI_BIND_SOFT | OCI_DEFINE_SOFT | OCI_DATA_AT_EXEC | OCI_DYNAMIC_FETCH;
+// OCI_DYNAMIC_FETCH is the bit of OCI_DATA_AT_EXEC, in a define.
+constexpr ub4 served_bind_modes = OCI_BIND_SOFT | OCI_DEFINE_SOFT | OCI_DATA_AT_EXEC;
 
 std::string_view text_view(const OraText *text, sb4 length)
 {
