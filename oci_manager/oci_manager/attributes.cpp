@@ -143,7 +143,7 @@ OM_EXPORT sword OCIAttrSet(void *hdl, ub4 hdl_type, void *attr, ub4 size, ub4 at
     if (hdl_type == OCI_HTYPE_DIRPATH_CTX)
         STOP_BECAUSE_AT(2152, 2153, "Called for direct path context handle");
     TRACE_AT(OM_LOG_INFO, 2162, "END FUNC - OCIAttrSet()\n\treturn rc=%d, dk_rc=%d", rc, rc_dk);
-    return rc != OM_NOT_CALLED ? rc : rc_dk;
+    return result_of(rc, rc_dk);
 }
 
 OM_EXPORT sword OCIAttrGet(const void *trgthndlp, ub4 trghndltyp, void *attributep, ub4 *sizep, ub4 attrtype,

@@ -13,12 +13,6 @@ bool is_failure(sword rc)
     return rc != OCI_SUCCESS && rc != OCI_SUCCESS_WITH_INFO;
 }
 
-/* The result of a call that may have run on both backends. */
-sword result_of(sword rc, sword dk_rc)
-{
-    return rc != OM_NOT_CALLED ? rc : dk_rc;
-}
-
 void enter_bind(om_handle_t *wstmtp, om_handle_t *wbindp)
 {
     enter_handle(wbindp, OCI_HTYPE_BIND);

@@ -66,7 +66,7 @@ OM_EXPORT sword OCIDefineByPos(OCIStmt *stmtp, OCIDefine **defnp, OCIError *errh
     }
     TRACE(OM_LOG_INFO, "END FUNC - OCIDefineByPos()\n\treturn rc=%d, dk_rc=%d\n\t*defnp=%p", rc, dk_rc,
           value_of(defnp));
-    return rc != OM_NOT_CALLED ? rc : dk_rc;
+    return result_of(rc, dk_rc);
 }
 
 /* Callbacks are for defines that Oracle holds. */

@@ -20,6 +20,12 @@
 /* Result of a backend that was not called, in calls that may run on both; no OCI call returns it. */
 #define OM_NOT_CALLED 7777
 
+/* The result of a call that may have run on both: Oracle's, if it was called. */
+static inline sword result_of(sword rc, sword dk_rc)
+{
+    return rc != OM_NOT_CALLED ? rc : dk_rc;
+}
+
 /*
  * The wrapper under a key, or null; a null key has none. Most lookups leave no record and need no more than
  * the index.

@@ -73,14 +73,14 @@ std::vector<std::string> called()
 {
     std::vector<std::string> names;
     for (const auto &c : calls())
-        names.push_back((c.library == recording::oracle ? "Oracle." : "Dravik.") + c.function);
+        names.push_back((c.from == recording::oracle ? "Oracle." : "Dravik.") + c.function);
     return names;
 }
 
 std::string show(const recording::call &c)
 {
     std::ostringstream out;
-    out << (c.library == recording::oracle ? "Oracle." : "Dravik.") << c.function << std::hex;
+    out << (c.from == recording::oracle ? "Oracle." : "Dravik.") << c.function << std::hex;
     for (std::size_t i = 0; i < c.arguments.size(); i++)
         out << (i == 0 ? "(0x" : ", 0x") << c.arguments[i];
     out << ") \"" << c.text << '"';

@@ -69,7 +69,7 @@ TEST_F(DefaultError, TakesThePlaceOfTheCallers)
                 arguments[0] = error;
                 forget_calls();
                 row.f.call(arguments);
-                EXPECT_EQ(calls().at(0).library, recording::oracle) << row.f.name;
+                EXPECT_EQ(calls().at(0).from, recording::oracle) << row.f.name;
                 EXPECT_EQ(calls().at(0).arguments[0], default_error) << row.f.name;
             }
         }

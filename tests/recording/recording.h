@@ -21,7 +21,7 @@ constexpr int oracle = 1;
 constexpr int dravik = 2;
 
 struct call {
-    int library = 0; // oracle or dravik
+    int from = 0; // oracle or dravik
     std::string function;
     words arguments;
     std::string text; // contents of the text argument, in the length passed with it
