@@ -19,54 +19,68 @@ namespace
     refuse("This type is not supported", line);
 }
 
+constexpr attribute_value plain_value = {0, 0};
+
+constexpr attribute_value handle_value(sword htype)
+{
+    return {htype, 0};
+}
+
+constexpr attribute_value descriptor_value(sword dtype)
+{
+    return {0, dtype};
+}
+
 } // namespace
 
 extern "C" void get_attr_type(ub4 hdl_type, ub4 attr_type, sword *htype, sword *dtype)
 {
     trace_refresh();
-    classify_attribute(hdl_type, attr_type, htype, dtype);
+    classify_attribute_traced(hdl_type, attr_type, htype, dtype);
 }
 
-void classify_attribute(ub4 hdl_type, ub4 attr_type, sword *htype, sword *dtype)
+void classify_attribute_traced(ub4 hdl_type, ub4 attr_type, sword *htype, sword *dtype)
 {
     *htype = 0;
     *dtype = 0;
     TRACE(OM_LOG_DEBUG, "get_attr_type:hdl_type[%d] attr_type[%d] htype[%p] dtype[%p]", hdl_type, attr_type,
           htype, dtype);
+    const attribute_value value = attribute_value_of(hdl_type, attr_type);
+    *htype = value.htype;
+    *dtype = value.dtype;
+}
 
+attribute_value attribute_value_of(ub4 hdl_type, ub4 attr_type)
+{
     switch (hdl_type) {
     case OCI_HTYPE_SVCCTX:
         switch (attr_type) {
         case OCI_ATTR_ENV:
-            *htype = OCI_HTYPE_ENV;
-            break;
+            return handle_value(OCI_HTYPE_ENV);
         case OCI_ATTR_SERVER:
-            *htype = OCI_HTYPE_SERVER;
-            break;
+            return handle_value(OCI_HTYPE_SERVER);
         case OCI_ATTR_SESSION:
-            *htype = OCI_HTYPE_SESSION;
-            break;
+            return handle_value(OCI_HTYPE_SESSION);
         case OCI_ATTR_TRANS:
-            *htype = OCI_HTYPE_TRANS;
-            break;
+            return handle_value(OCI_HTYPE_TRANS);
         default:
             break;
         }
         break;
     case OCI_HTYPE_STMT:
         if (attr_type == OCI_ATTR_CHNF_REGHANDLE)
-            *htype = OCI_HTYPE_SUBSCRIPTION;
-        else if (attr_type == OCI_ATTR_ROWID)
-            *dtype = OCI_DTYPE_ROWID;
+            return handle_value(OCI_HTYPE_SUBSCRIPTION);
+        if (attr_type == OCI_ATTR_ROWID)
+            return descriptor_value(OCI_DTYPE_ROWID);
         break;
     case OCI_HTYPE_DESCRIBE:
         if (attr_type == OCI_ATTR_PARAM)
-            *dtype = OCI_DTYPE_PARAM;
+            return descriptor_value(OCI_DTYPE_PARAM);
         break;
     case OCI_HTYPE_SERVER:
         if (attr_type == OCI_ATTR_ENV)
-            *htype = OCI_HTYPE_ENV;
-        else if (attr_type == OCI_ATTR_FOCBK)
+            return handle_value(OCI_HTYPE_ENV);
+        if (attr_type == OCI_ATTR_FOCBK)
             refuse_attribute(1857);
         else if (attr_type == OCI_ATTR_APPCTX_LIST)
             refuse_attribute(1863);
@@ -100,4 +114,5 @@ void classify_attribute(ub4 hdl_type, ub4 attr_type, sword *htype, sword *dtype)
             refuse("Not implemented type", 1957);
         break;
     }
+    return plain_value;
 }

@@ -33,7 +33,29 @@ OM_EXPORT void get_attr_type(ub4 hdl_type, ub4 attr_type, sword *htype, sword *d
 
 } // extern "C"
 
-/* The same for calls of this library, which have looked at the clock already. */
-void classify_attribute(ub4 hdl_type, ub4 attr_type, sword *htype, sword *dtype);
+/* What an attribute's value is: a handle or descriptor of a type, or a plain value, for which both are 0. */
+typedef struct attribute_value_s {
+    sword htype;
+    sword dtype;
+} attribute_value;
+
+static inline bool is_plain(attribute_value value)
+{
+    return value.htype == 0 && value.dtype == 0;
+}
+
+/* get_attr_type() without its look at the clock, and without its record. */
+void classify_attribute_traced(ub4 hdl_type, ub4 attr_type, sword *htype, sword *dtype);
+attribute_value attribute_value_of(ub4 hdl_type, ub4 attr_type);
+
+/* get_attr_type() for calls of this library, which have looked at the clock already. */
+static inline attribute_value classify_attribute(ub4 hdl_type, ub4 attr_type)
+{
+    if (!trace_enabled(OM_LOG_DEBUG))
+        return attribute_value_of(hdl_type, attr_type);
+    attribute_value value;
+    classify_attribute_traced(hdl_type, attr_type, &value.htype, &value.dtype);
+    return value;
+}
 
 #endif

@@ -88,6 +88,36 @@ void link_family(om_handle_t *wsvchp, om_handle_t *wattr, ub4 attr_type)
     wattr->parenthp = wsvchp;
 }
 
+/*
+ * The wrapper of a handle or descriptor that an attribute is about to yield: that of the one in the program's
+ * variable, if it is known, or a new one. Null when memory is out.
+ */
+om_handle_t *wrapper_of_value(attribute_value value, void **valuep, bool *is_new)
+{
+    const bool is_handle = value.htype > 0;
+    om_handle_t *wattr = is_handle ? find_handle_if_given(value_of(valuep), (ub4)value.htype)
+                                   : find_descriptor_if_given(value_of(valuep), (ub4)value.dtype);
+    if (wattr)
+        return wattr;
+    *is_new = true;
+    return new_wrapper((ub4)(is_handle ? value.htype : value.dtype), OM_STATE_BY_CALL);
+}
+
+/* Makes a new wrapper known, now that its handle is. */
+void enter_value(om_handle_t *wattr, attribute_value value, om_handle_t *wtrgthndlp, ub4 trghndltyp,
+                 ub4 attrtype)
+{
+    // A parameter belongs to the describe handle that it came from, however deep it lies.
+    if (trghndltyp == OCI_DTYPE_PARAM)
+        wattr->parenthp = wtrgthndlp->parenthp;
+    else if (trghndltyp == OCI_HTYPE_DESCRIBE && attrtype == OCI_ATTR_PARAM)
+        wattr->parenthp = wtrgthndlp;
+    if (value.htype > 0)
+        enter_handle(wattr, (ub4)value.htype);
+    else
+        enter_descriptor(wattr, (ub4)value.dtype);
+}
+
 } // namespace
 
 extern "C" {
@@ -103,21 +133,20 @@ OM_EXPORT sword OCIAttrSet(void *hdl, ub4 hdl_type, void *attr, ub4 size, ub4 at
     om_handle_t *werrhp = find_handle(errhp, OCI_HTYPE_ERROR);
     REQUIRE_AT(2008, werrhp, "werrhp != ((void *)0)");
 
-    sword htype = 0;
-    sword dtype = 0;
-    classify_attribute(hdl_type, attr_type, &htype, &dtype);
-    TRACE(OM_LOG_DEBUG, "CONTINUE FUNC - OCIAttrSet()\n\tATTRIBUTE TYPE: htype=%d, dtype=%d", htype, dtype);
+    const attribute_value value = classify_attribute(hdl_type, attr_type);
+    TRACE(OM_LOG_DEBUG, "CONTINUE FUNC - OCIAttrSet()\n\tATTRIBUTE TYPE: htype=%d, dtype=%d", value.htype,
+          value.dtype);
 
-    const bool is_plain = htype == 0 && dtype == 0;
+    const bool plain = is_plain(value);
     om_handle_t *wattr = nullptr;
-    if (htype > 0)
-        wattr = find_handle(attr, (ub4)htype);
-    else if (dtype > 0)
-        wattr = find_descriptor(attr, (ub4)dtype);
-    REQUIRE_AT(2020, wattr || (is_plain && OM_ADMIT_PLAIN_ATTRIBUTES), "wattr != ((void *)0)");
+    if (value.htype > 0)
+        wattr = find_handle(attr, (ub4)value.htype);
+    else if (value.dtype > 0)
+        wattr = find_descriptor(attr, (ub4)value.dtype);
+    REQUIRE_AT(2020, wattr || (plain && OM_ADMIT_PLAIN_ATTRIBUTES), "wattr != ((void *)0)");
 
     sword rc = OM_NOT_CALLED;
-    if (check_run_for(whdl, OM_TARGET_ORACLE) && (is_plain || wattr->ora_hndlp)) {
+    if (check_run_for(whdl, OM_TARGET_ORACLE) && (plain || wattr->ora_hndlp)) {
         rc = ora_func_table.funcs.func_OCIAttrSet(hdl, hdl_type, attr, size, attr_type, errhp);
         record_error(werrhp, OM_TARGET_ORACLE);
         trace_refresh();
@@ -128,8 +157,8 @@ OM_EXPORT sword OCIAttrSet(void *hdl, ub4 hdl_type, void *attr, ub4 size, ub4 at
     }
 
     sword rc_dk = OM_NOT_CALLED;
-    if (check_run_for(whdl, OM_TARGET_DRAVIK) && (is_plain || wattr->dk_hndlp)) {
-        rc_dk = set_in_dravik(whdl, hdl_type, is_plain ? attr : wattr->dk_hndlp, size, attr_type, werrhp);
+    if (check_run_for(whdl, OM_TARGET_DRAVIK) && (plain || wattr->dk_hndlp)) {
+        rc_dk = set_in_dravik(whdl, hdl_type, plain ? attr : wattr->dk_hndlp, size, attr_type, werrhp);
         record_error(werrhp, OM_TARGET_DRAVIK);
         trace_refresh();
         if (rc_dk != OCI_SUCCESS) {
@@ -159,25 +188,15 @@ OM_EXPORT sword OCIAttrGet(const void *trgthndlp, ub4 trghndltyp, void *attribut
     REQUIRE_AT(2213, wtrgthndlp, "wtrgthndlp != ((void *)0)");
     om_handle_t *werrhp = find_handle(errhp, OCI_HTYPE_ERROR);
 
-    sword htype = 0;
-    sword dtype = 0;
-    classify_attribute(trghndltyp, attrtype, &htype, &dtype);
-    TRACE(OM_LOG_DEBUG, "CONTINUE FUNC - OCIAttrGet()\n\tATTRIBUTE TYPE: htype=%d, dtype=%d", htype, dtype);
+    const attribute_value value = classify_attribute(trghndltyp, attrtype);
+    TRACE(OM_LOG_DEBUG, "CONTINUE FUNC - OCIAttrGet()\n\tATTRIBUTE TYPE: htype=%d, dtype=%d", value.htype,
+          value.dtype);
 
-    // A value that is a handle or descriptor needs a wrapper, unless the program's variable holds a known
-    // one.
-    const bool is_plain = htype == 0 && dtype == 0;
-    void **valuep = is_plain ? nullptr : (void **)attributep;
-    om_handle_t *wattr = nullptr;
     bool is_new = false;
-    if (!is_plain) {
-        wattr = htype > 0 ? find_handle_if_given(value_of(valuep), (ub4)htype)
-                          : find_descriptor_if_given(value_of(valuep), (ub4)dtype);
-        if (!wattr) {
-            wattr = new_wrapper((ub4)(htype > 0 ? htype : dtype), OM_STATE_BY_CALL);
-            REQUIRE_AT(htype > 0 ? 2226 : 2234, wattr, "wattr != ((void *)0)");
-            is_new = true;
-        }
+    om_handle_t *wattr = nullptr;
+    if (!is_plain(value)) {
+        wattr = wrapper_of_value(value, (void **)attributep, &is_new);
+        REQUIRE_AT(value.htype > 0 ? 2226 : 2234, wattr, "wattr != ((void *)0)");
     }
 
     sword rc = OCI_ERROR; // what a handle that no backend serves answers
@@ -193,7 +212,7 @@ OM_EXPORT sword OCIAttrGet(const void *trgthndlp, ub4 trghndltyp, void *attribut
         }
         if (wattr) {
             wattr->last_exec |= OM_TARGET_ORACLE;
-            set_wrapper_key(wattr, value_of(valuep));
+            set_wrapper_key(wattr, value_of((void **)attributep));
         }
     } else if (check_run_for(wtrgthndlp, OM_TARGET_DRAVIK)) {
         // The program knows Oracle's handles only: a Dravik handle goes into the wrapper.
@@ -212,17 +231,8 @@ OM_EXPORT sword OCIAttrGet(const void *trgthndlp, ub4 trghndltyp, void *attribut
             wattr->last_exec |= OM_TARGET_DRAVIK;
     }
 
-    if (is_new) {
-        // A parameter belongs to the describe handle that it came from, however deep it lies.
-        if (trghndltyp == OCI_DTYPE_PARAM)
-            wattr->parenthp = wtrgthndlp->parenthp;
-        else if (trghndltyp == OCI_HTYPE_DESCRIBE && attrtype == OCI_ATTR_PARAM)
-            wattr->parenthp = wtrgthndlp;
-        if (htype > 0)
-            enter_handle(wattr, (ub4)htype);
-        else
-            enter_descriptor(wattr, (ub4)dtype);
-    }
+    if (is_new)
+        enter_value(wattr, value, wtrgthndlp, trghndltyp, attrtype);
 
     if (attrtype == OCI_ATTR_ROW_COUNT && trghndltyp == OCI_HTYPE_STMT && attributep)
         TRACE_AT(OM_LOG_DEBUG, 2303, "CONTINUE FUNC - OCIAttrGet()\n\tfetch count=%d", *(ub4 *)attributep);

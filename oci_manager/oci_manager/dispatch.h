@@ -33,7 +33,8 @@ static inline sword result_of(sword rc, sword dk_rc)
 static inline om_handle_t *find_entry(const void *key, sword type, sword entry_type)
 {
     hdl_hash_table_t *tblp = thread_table();
-    if (trace_enabled(OM_LOG_ERROR) || !tblp || !key || !is_accepted_type(type, entry_type))
+    if (__builtin_expect(trace_enabled(OM_LOG_ERROR) || !tblp || !key || !is_accepted_type(type, entry_type),
+                         0))
         return get_hash_table_entry(tblp, (void *)key, type, 0, entry_type);
     return index_find(tblp, key);
 }
@@ -131,7 +132,7 @@ static inline void record_error(om_handle_t *werrhp, ub4 target)
 /* Result of a backend call whose failures are recorded. Every result but OCI_SUCCESS counts as one. */
 static inline sword reported(om_handle_t *werrhp, ub4 target, sword rc)
 {
-    if (rc != OCI_SUCCESS)
+    if (__builtin_expect(rc != OCI_SUCCESS, 0))
         record_error(werrhp, target);
     return rc;
 }

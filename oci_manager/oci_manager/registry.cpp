@@ -12,8 +12,13 @@ namespace
 /* The table has one bucket; traces name it. */
 constexpr int bucket = 0;
 
-constexpr ub4 first_slot_bits = 6;
-static_assert(1u << first_slot_bits == OM_FIRST_INDEX_SLOTS);
+size_t slot_count(ub4 slot_shift)
+{
+    return (size_t)1 << (64 - slot_shift);
+}
+
+constexpr ub4 first_slot_shift = 58;
+static_assert(1u << (64 - first_slot_shift) == OM_FIRST_INDEX_SLOTS);
 
 void index_insert(hdl_hash_table_t *tblp, om_handle_t *entry)
 {
@@ -41,14 +46,14 @@ void index_remove(hdl_hash_table_t *tblp, om_handle_t *entry)
 /* Keeps chains short. Without memory for more slots they only grow longer. */
 void index_grow(hdl_hash_table_t *tblp)
 {
-    const ub4 bits = tblp->slot_bits + 1;
-    om_handle_t **slots = (om_handle_t **)calloc((size_t)1 << bits, sizeof *slots);
+    const ub4 shift = tblp->slot_shift - 1;
+    om_handle_t **slots = (om_handle_t **)calloc(slot_count(shift), sizeof *slots);
     if (!slots)
         return;
     if (tblp->slots != tblp->first_slots)
         free(tblp->slots);
     tblp->slots = slots;
-    tblp->slot_bits = bits;
+    tblp->slot_shift = shift;
     // From the newest to the oldest, so that each lands at the front of its chain.
     for (list_link_t *l = tblp->hash_list[0].prev; l != &tblp->hash_list[0]; l = l->prev)
         index_insert(tblp, list_owner(l, om_handle_t, link));
@@ -87,7 +92,7 @@ void init_list_table(hdl_hash_table_t *tblp)
     list_init(&tblp->hash_list[0]);
     tblp->hash_count = 0;
     tblp->last_order = 0;
-    tblp->slot_bits = first_slot_bits;
+    tblp->slot_shift = first_slot_shift;
     tblp->slots = tblp->first_slots;
     memset(tblp->first_slots, 0, sizeof tblp->first_slots);
 }
@@ -139,7 +144,7 @@ void put_hash_table_entry(hdl_hash_table_t *tblp, om_handle_t *entry, sword type
     tblp->hash_count++;
     entry->order = ++tblp->last_order;
     index_insert(tblp, entry);
-    if (tblp->hash_count >> tblp->slot_bits)
+    if (tblp->hash_count >= slot_count(tblp->slot_shift))
         index_grow(tblp);
 
     TRACE(OM_LOG_INFO, "put_hash_table_entry: entry_type=%d, hash_table[%d], key=%p, type=%d", entry_type,

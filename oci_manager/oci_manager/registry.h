@@ -67,7 +67,7 @@ typedef struct hdl_hash_table_s {
     ub4 hash_count;           /**< number of wrappers in the list */
 
     /* Private to the registry. */
-    ub4 slot_bits;       /* the index has 1 << slot_bits slots */
+    ub4 slot_shift;      /* the index has 1 << (64 - slot_shift) slots */
     oraub8 last_order;   /* order of the newest wrapper */
     om_handle_t **slots; /* each a chain of wrappers by growing order; null keys are in none */
     om_handle_t *first_slots[OM_FIRST_INDEX_SLOTS];
@@ -107,14 +107,15 @@ static inline bool is_accepted_type(sword type, sword entry_type)
 /* The chain of the index in which a key is. Handles are aligned addresses: multiplying spreads them. */
 static inline om_handle_t **index_slot(const hdl_hash_table_t *tblp, const void *key)
 {
-    return &tblp->slots[(oraub8)(size_t)key * 0x9e3779b97f4a7c15u >> (64 - tblp->slot_bits)];
+    return &tblp->slots[(oraub8)(size_t)key * 0x9e3779b97f4a7c15u >> tblp->slot_shift];
 }
 
 /* What get_hash_table_entry() finds under a key that is not null, without its checks and records. */
 static inline om_handle_t *index_find(const hdl_hash_table_t *tblp, const void *key)
 {
     om_handle_t *entry = *index_slot(tblp, key);
-    while (entry && entry->ora_hndlp != key)
+    // Chains are hardly ever longer than one, and programs pass handles that exist.
+    while (__builtin_expect(entry != nullptr, 1) && __builtin_expect(entry->ora_hndlp != key, 0))
         entry = entry->index_next;
     return entry;
 }

@@ -4,19 +4,11 @@
 
 #include "trace.h"
 
-/* Named for the assembler below; hidden, so that it is reached without asking the dynamic symbol table. */
-extern "C" __attribute__((visibility("hidden"))) __thread om_thread_t om_thread;
 __thread om_thread_t om_thread = {OM_DEFAULT_LEVEL, 0, nullptr, 0, {0}, {0}, {0}};
 
 om_thread_t *this_thread(void)
 {
     return &om_thread;
-}
-
-int trace_level_now(void)
-{
-    trace_refresh();
-    return om_thread.LOG_LVL;
 }
 
 /* Exports a member as a variable of its own. Programs take arrays of 16 bytes and more for aligned to 16. */

@@ -22,7 +22,21 @@ typedef struct om_thread_s {
     char cLogDate[10];                     /* middle component of its path; empty unless a program fills it */
 } om_thread_t;
 
-/* The calling thread's state. Constant within a thread, so that a call asks once. */
+/* Named for the assembler as well; hidden, so that it is reached without asking the dynamic symbol table. */
+extern "C" __attribute__((visibility("hidden"))) __thread om_thread_t om_thread;
+
+/* The calling thread's state. Constant within a thread, so that the compiler asks once a call. */
 om_thread_t *this_thread(void) __attribute__((const));
+
+/*
+ * The same without a function's call, for a caller that keeps the result: each use of this goes through the
+ * loader's machinery, and so would each access to a member if the compiler knew what the pointer points at.
+ */
+static inline om_thread_t *find_this_thread(void)
+{
+    om_thread_t *thread = &om_thread;
+    asm("" : "+r"(thread));
+    return thread;
+}
 
 #endif

@@ -53,7 +53,7 @@ OM_EXPORT void writeLog(int lvl, const char *filename, int line, const char *for
 
 } // extern "C"
 
-/* Reads DKOM_LOG_LEVEL and sets the time of the next reading; sets the log up if that is still to do. */
+/* Sets the log up if that is still to do, and reads DKOM_LOG_LEVEL if its time has run out. */
 void trace_reread_level(unsigned int now);
 
 /* Whether a record of this level is written. */
@@ -62,17 +62,18 @@ static inline bool trace_enabled(int level)
     return __builtin_expect(level <= this_thread()->LOG_LVL, 0);
 }
 
-/* Lets a change of DKOM_LOG_LEVEL take effect once this thread's minute has run out. */
-static inline void trace_refresh(void)
+static inline void trace_refresh_of(const om_thread_t *thread)
 {
-    const om_thread_t *thread = this_thread();
     const unsigned int now = (unsigned int)time(nullptr);
     if (__builtin_expect(!thread->cLogInit || thread->lStandardSec < now, 0))
         trace_reread_level(now);
 }
 
-/* Refreshes and returns the level: all that a call needs of a thread if the entry is its only record. */
-int trace_level_now(void);
+/* Lets a change of DKOM_LOG_LEVEL take effect once this thread's minute has run out. */
+static inline void trace_refresh(void)
+{
+    trace_refresh_of(this_thread());
+}
 
 /*
  * Trace sites. A site whose level is off costs one comparison; its arguments are not evaluated.
@@ -100,6 +101,15 @@ int trace_level_now(void);
     do {                                                                                                     \
         trace_refresh();                                                                                     \
         TRACE(OM_LOG_TRACE, "%s", __func__);                                                                 \
+    } while (0)
+
+/* The same, for a function that has no other record and so needs its thread just here. */
+#define TRACE_ONLY_ENTRY()                                                                                   \
+    do {                                                                                                     \
+        const om_thread_t *thread = find_this_thread();                                                      \
+        trace_refresh_of(thread);                                                                            \
+        if (__builtin_expect(thread->LOG_LVL >= OM_LOG_TRACE, 0))                                            \
+            writeLog(OM_LOG_TRACE, __FILE__, __LINE__, "%s", __func__);                                      \
     } while (0)
 
 /* The first two records of an exported call: its name, then its declaration and arguments. */
