@@ -2,6 +2,21 @@
 
 #include <cstdio>
 
+namespace
+{
+
+std::string in_words(double nanoseconds)
+{
+    char text[32];
+    if (nanoseconds < 1e5)
+        std::snprintf(text, sizeof text, "%.1f ns", nanoseconds);
+    else
+        std::snprintf(text, sizeof text, "%.1f ms", nanoseconds / 1e6);
+    return text;
+}
+
+} // namespace
+
 void median_reporter::ReportRuns(const std::vector<Run> &runs)
 {
     for (const Run &run : runs) {
@@ -11,7 +26,7 @@ void median_reporter::ReportRuns(const std::vector<Run> &runs)
             continue;
         benchmark::BenchmarkName name = run.run_name;
         name.repetitions.clear();
-        kept[name.str()] = run.GetAdjustedRealTime();
+        kept[name.str()] = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit) * 1e9;
     }
     ConsoleReporter::ReportRuns(runs);
 }
@@ -19,7 +34,7 @@ void median_reporter::ReportRuns(const std::vector<Run> &runs)
 bool print_figures(const std::vector<figure> &figures, const std::map<std::string, double> &medians)
 {
     bool all_kept = true;
-    std::printf("\n%-58s %10s %10s %7s %9s\n", "figure (medians)", "ns", "against", "ratio", "limit");
+    std::printf("\n%-58s %10s %10s %7s %9s\n", "figure (medians)", "measured", "against", "ratio", "limit");
     for (const figure &f : figures) {
         const auto measured = medians.find(f.measured);
         const auto against = medians.find(f.against);
@@ -28,8 +43,9 @@ bool print_figures(const std::vector<figure> &figures, const std::map<std::strin
         const double ratio = measured->second / against->second;
         const bool kept = f.at_least ? ratio >= f.limit : ratio <= f.limit;
         all_kept = all_kept && kept;
-        std::printf("%-58s %10.1f %10.1f %7.2f %2s %6.2f%s\n", f.title.c_str(), measured->second,
-                    against->second, ratio, f.at_least ? ">=" : "<=", f.limit, kept ? "" : "  MISSED");
+        std::printf("%-58s %10s %10s %7.2f %2s %6.2f%s\n", f.title.c_str(),
+                    in_words(measured->second).c_str(), in_words(against->second).c_str(), ratio,
+                    f.at_least ? ">=" : "<=", f.limit, kept ? "" : "  MISSED");
     }
     return all_kept;
 }

@@ -52,4 +52,14 @@ for needed in $(readelf -d "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p');
     *) complain "$library needs $needed; it may need the C library and the loader only" ;;
     esac
 done
+
+# A program may load it late, when no thread-local space is left that stands at the same place in all threads.
+if readelf -d "$library" | grep -q STATIC_TLS; then
+    complain "$library has thread-local variables of a fixed place; build it without a -ftls-model"
+fi
+
+# No call waits for another: all state is a thread's own, and pthread_once loads the backends.
+locks=$(readelf --dyn-syms -W "$library" |
+    awk '$7 == "UND" && $8 ~ /^(pthread_(mutex|rwlock|spin|cond)|mtx_|cnd_|sem_|__cxa_guard)/ { print $8 }')
+[ -z "$locks" ] || complain "$library takes locks:" $locks
 exit $status
