@@ -11,7 +11,7 @@
  */
 #define FORWARD(function, ...)                                                                               \
     do {                                                                                                     \
-        TRACE_ONLY_ENTRY();                                                                                  \
+        TRACE_ENTRY();                                                                                       \
         OCIError *dflt_errhp = dk_func_table.dflt_errhp;                                                     \
         if (__builtin_expect(!dflt_errhp, 0))                                                                \
             return OCI_INVALID_HANDLE;                                                                       \

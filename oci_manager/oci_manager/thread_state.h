@@ -29,13 +29,17 @@ extern "C" __attribute__((visibility("hidden"))) __thread om_thread_t om_thread;
 om_thread_t *this_thread(void) __attribute__((const));
 
 /*
- * The same without a function's call, for a caller that keeps the result: each use of this goes through the
- * loader's machinery, and so would each access to a member if the compiler knew what the pointer points at.
+ * The same for the start of an exported call: it goes to the loader's machinery itself, without the call of a
+ * function. Told that this_thread() yields the same, the compiler needs no call of it in what follows either.
+ * It is kept from knowing the variable behind the pointer, since it would go there anew for each member.
  */
-static inline om_thread_t *find_this_thread(void)
+static inline om_thread_t *enter_thread(void)
 {
+    const om_thread_t *known = this_thread();
     om_thread_t *thread = &om_thread;
     asm("" : "+r"(thread));
+    if (known != thread)
+        __builtin_unreachable();
     return thread;
 }
 

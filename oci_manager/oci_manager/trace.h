@@ -99,17 +99,8 @@ static inline void trace_refresh(void)
 /* The first record of a function that a program calls: its bare name. */
 #define TRACE_ENTRY()                                                                                        \
     do {                                                                                                     \
-        trace_refresh();                                                                                     \
+        trace_refresh_of(enter_thread());                                                                    \
         TRACE(OM_LOG_TRACE, "%s", __func__);                                                                 \
-    } while (0)
-
-/* The same, for a function that has no other record and so needs its thread just here. */
-#define TRACE_ONLY_ENTRY()                                                                                   \
-    do {                                                                                                     \
-        const om_thread_t *thread = find_this_thread();                                                      \
-        trace_refresh_of(thread);                                                                            \
-        if (__builtin_expect(thread->LOG_LVL >= OM_LOG_TRACE, 0))                                            \
-            writeLog(OM_LOG_TRACE, __FILE__, __LINE__, "%s", __func__);                                      \
     } while (0)
 
 /* The first two records of an exported call: its name, then its declaration and arguments. */
