@@ -20,7 +20,7 @@
 #include "connection.h"
 #include "figures.h"
 
-#include "trace.h"
+#include "registry.h"
 
 namespace
 {
@@ -218,7 +218,7 @@ void write_bytes(benchmark::State &state)
 
 void commit_in_threads(benchmark::State &state)
 {
-    const connection c;
+    static thread_local const connection c; // in every thread its own, but no more with each repetition
     for (auto _ : state)
         benchmark::DoNotOptimize(OCITransCommit(c.svchp, c.errhp, OCI_DEFAULT));
 }
@@ -226,6 +226,7 @@ void commit_in_threads(benchmark::State &state)
 void commit_at_level(benchmark::State &state)
 {
     connection &c = main_connection();
+    state.SetLabel(std::to_string(hdl_list_tbl->hash_count) + " handles");
     lStandardSec = ~0U; // the level stays what is set here
     LOG_LVL = static_cast<int>(state.range(0));
     for (auto _ : state)

@@ -28,19 +28,22 @@ extern "C" __attribute__((visibility("hidden"))) __thread om_thread_t om_thread;
 /* The calling thread's state. Constant within a thread, so that the compiler asks once a call. */
 om_thread_t *this_thread(void) __attribute__((const));
 
-/*
- * The same for the start of an exported call: it goes to the loader's machinery itself, without the call of a
- * function. Told that this_thread() yields the same, the compiler needs no call of it in what follows either.
- * It is kept from knowing the variable behind the pointer, since it would go there anew for each member.
- */
+/* The same for the start of an exported call. */
 static inline om_thread_t *enter_thread(void)
 {
+#if OM_TLS_DESCRIPTORS
+    // A descriptor is asked in place, without the call of a function. Told that this_thread() yields the
+    // same, the compiler needs no call of it in what follows either. It is kept from knowing the variable
+    // behind the pointer, since it would ask anew for each member.
     const om_thread_t *known = this_thread();
     om_thread_t *thread = &om_thread;
     asm("" : "+r"(thread));
     if (known != thread)
         __builtin_unreachable();
     return thread;
+#else
+    return this_thread();
+#endif
 }
 
 #endif
