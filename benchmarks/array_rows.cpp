@@ -191,7 +191,7 @@ private:
 
 template <class Side> void measure_insert(benchmark::State &state, const Side &side)
 {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         state.PauseTiming();
         side.clear();
         state.ResumeTiming();
@@ -203,7 +203,7 @@ template <class Side> void measure_select(benchmark::State &state, const Side &s
 {
     side.clear();
     side.insert();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         side.select();
 }
 
@@ -230,7 +230,7 @@ int main(int argc, char **argv)
         return 1;
     }
     const std::filesystem::path directory = pattern;
-    std::ofstream(directory / "oci.db");
+    const std::ofstream new_database(directory / "oci.db");
     // Measured as programs run by default, whatever the shell that starts this has set.
     unsetenv("DKOM_LOG_LEVEL");
     setenv("DKOM_ORA_LIB_PATH", SQLITE_OCI_LIBRARIES, 1);

@@ -88,7 +88,7 @@ const measured_call measured_calls[] = {
 void through(benchmark::State &state, const measured_call &call)
 {
     connection &c = main_connection();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(call.through(c));
 }
 
@@ -96,7 +96,7 @@ void direct(benchmark::State &state, const measured_call &call)
 {
     connection &c = main_connection();
     const direct_calls &d = null_backend();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(call.direct(d, c));
 }
 
@@ -134,7 +134,7 @@ void commit_among(benchmark::State &state, which handle)
         std::shuffle(order.begin(), order.end(), std::mt19937(1));
     }
     size_t next = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(OCITransCommit(order[next], c.errhp, OCI_DEFAULT));
         if (++next == order.size())
             next = 0;
@@ -145,25 +145,26 @@ void allocate_and_free(benchmark::State &state)
 {
     connection &c = main_connection();
     more_handles more(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         void *hndlp = nullptr;
         OCIHandleAlloc(c.envhp, &hndlp, OCI_HTYPE_STMT, 0, nullptr);
         OCIHandleFree(hndlp, OCI_HTYPE_STMT);
     }
 }
 
+void *volatile wrapper; // what the compiler cannot do without
+
 /* What the two backends need for the pair, and one wrapper. */
 void backends_allocate_and_free(benchmark::State &state)
 {
     connection &c = main_connection();
     const direct_calls &d = null_backend();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         void *oracle = nullptr;
         void *dravik = nullptr;
         d.handle_alloc(c.envhp, &oracle, OCI_HTYPE_STMT, 0, nullptr);
         d.handle_alloc(c.envhp, &dravik, OCI_HTYPE_STMT, 0, nullptr);
-        void *wrapper = std::calloc(1, 168);
-        benchmark::DoNotOptimize(wrapper);
+        wrapper = std::calloc(1, sizeof(om_handle_t));
         d.handle_free(oracle, OCI_HTYPE_STMT);
         d.handle_free(dravik, OCI_HTYPE_STMT);
         std::free(wrapper);
@@ -175,7 +176,7 @@ void free_statement(benchmark::State &state)
 {
     connection &c = main_connection();
     more_handles more(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         void *stmtp = nullptr;
         OCIHandleAlloc(c.envhp, &stmtp, OCI_HTYPE_STMT, 0, nullptr);
         OCIBind *bindp = nullptr;
@@ -190,7 +191,7 @@ constexpr char record_text[] = "END FUNC - OCISessionBegin(): measured record of
 void write_record(benchmark::State &state)
 {
     main_connection();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         writeLog(OM_LOG_ASSERT, __FILE__, __LINE__, "%s", record_text);
 }
 
@@ -209,7 +210,7 @@ void write_bytes(benchmark::State &state)
     stat(log.c_str(), &after);
     const std::string bytes(static_cast<size_t>(after.st_size - before.st_size), 'x');
     const std::string path = std::string(cLogRoot) + "/bare.log";
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0666);
         benchmark::DoNotOptimize(write(fd, bytes.data(), bytes.size()));
         close(fd);
@@ -219,7 +220,7 @@ void write_bytes(benchmark::State &state)
 void commit_in_threads(benchmark::State &state)
 {
     static thread_local const connection c; // in every thread its own, but no more with each repetition
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(OCITransCommit(c.svchp, c.errhp, OCI_DEFAULT));
 }
 
@@ -229,7 +230,7 @@ void commit_at_level(benchmark::State &state)
     state.SetLabel(std::to_string(hdl_list_tbl->hash_count) + " handles");
     lStandardSec = ~0U; // the level stays what is set here
     LOG_LVL = static_cast<int>(state.range(0));
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(OCITransCommit(c.svchp, c.errhp, OCI_DEFAULT));
     lStandardSec = 0;
     LOG_LVL = OM_DEFAULT_LEVEL;
