@@ -89,10 +89,9 @@ char *append_message(char *to, int level, const char *format, va_list arguments)
     if (!d)
         return to;
     to = append(to, d->before);
-    const int length = vsnprintf(to, message_size, format, arguments);
-    if (length > 0)
-        to += (size_t)length < message_size ? (size_t)length : message_size - 1;
-    return append(to, d->after);
+    *to = '\0'; // what is left if the format is faulty
+    vsnprintf(to, message_size, format, arguments);
+    return append(to + strlen(to), d->after);
 }
 
 char *append_source(char *to, const char *filename, int line)
