@@ -34,11 +34,7 @@ std::string read_all(const std::string &csv, char delimiter = ',')
 
 TEST(csv_reader, records_fields_and_lines)
 {
-    const struct {
-        const char *what;
-        std::string csv;
-        std::string records;
-    } cases[] = {
+    const std::tuple<const char *, std::string, std::string> cases[] = {
         {"empty file", "", ""},
         {"plain", "a,b\n1,2\n", "1:[a][b] 2:[1][2] "},
         {"no line feed at the end", "a,b\n1,2", "1:[a][b] 2:[1][2] "},
@@ -57,8 +53,8 @@ TEST(csv_reader, records_fields_and_lines)
         {"quote never closed", "a\n\"b,\nc\n", "1:[a] 2:! "},
         {"bare CR ends a record", "a\rb\n", "1:[a] 1:[b] "},
     };
-    for (const auto &c : cases)
-        EXPECT_EQ(read_all(c.csv), c.records) << c.what;
+    for (const auto &[what, csv, records] : cases)
+        EXPECT_EQ(read_all(csv), records) << what;
     EXPECT_EQ(read_all("a\tb,c\t\n", '\t'), "1:[a][b,c]- ");
 }
 

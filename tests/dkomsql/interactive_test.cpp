@@ -38,6 +38,22 @@ public:
         EXPECT_EQ(write(terminal_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
     }
 
+    /// Types each first text and waits for the one behind it.
+    void talk(const std::vector<std::pair<std::string, std::string>> &steps)
+    {
+        for (const auto &[typed, shown] : steps) {
+            type(typed);
+            ASSERT_TRUE(shows(shown)) << "not seen: " << shown << '\n' << screen_;
+        }
+    }
+
+    /// Leaves the program, which has to end well.
+    void leave(const std::string &typed = "\\q\n")
+    {
+        type(typed);
+        EXPECT_EQ(wait(), 0) << screen_;
+    }
+
     /// Waits until `text` has appeared behind what was found before.
     bool shows(const std::string &text)
     {
@@ -76,8 +92,6 @@ public:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    const std::string &screen() const { return screen_; }
-
 private:
     pid_t child_ = -1;
     int terminal_ = -1;
@@ -97,32 +111,19 @@ RUN_ON_BOTH_BACKENDS(Interactive);
 TEST_P(Interactive, session)
 {
     Terminal terminal = start();
-    ASSERT_TRUE(terminal.shows("served by " + backend())) << terminal.screen();
-    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
-
-    terminal.type("create table t(a varchar2(20));\n");
-    ASSERT_TRUE(terminal.shows("Done.")) << terminal.screen();
-    terminal.type("insert into t\n");
-    ASSERT_TRUE(terminal.shows("...> ")) << terminal.screen();
-    terminal.type("values('über');\n");
-    ASSERT_TRUE(terminal.shows("1 row inserted.")) << terminal.screen();
-
-    terminal.type("select nothing from nowhere;\n");
-    ASSERT_TRUE(terminal.shows("error [" + backend() + "]:")) << terminal.screen();
-
-    // Ctrl-C drops what has been typed and leaves the shell alone.
-    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
-    terminal.type("select broken\n");
-    ASSERT_TRUE(terminal.shows("...> ")) << terminal.screen();
-    terminal.type("still broken\003");
-    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
-    terminal.type("select a || '!' from t;\n");
-    ASSERT_TRUE(terminal.shows(" über!")) << terminal.screen();
-    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
-
-    terminal.type("\\q\n");
-    EXPECT_EQ(terminal.wait(), 0) << terminal.screen();
-
+    terminal.talk({{"", "served by " + backend()},
+                   {"", prompt()},
+                   {"create table t(a varchar2(20));\n", "Done."},
+                   {"insert into t\n", "...> "},
+                   {"values('über');\n", "1 row inserted."},
+                   {"select nothing from nowhere;\n", "error [" + backend() + "]:"},
+                   {"", prompt()},
+                   // Ctrl-C drops what has been typed and leaves the shell alone.
+                   {"select broken\n", "...> "},
+                   {"still broken\003", prompt()},
+                   {"select a || '!' from t;\n", " über!"},
+                   {"", prompt()}});
+    terminal.leave();
     const std::string history = read_file("state/dkomsql/history");
     EXPECT_NE(history.find("create"), std::string::npos) << history;
     EXPECT_EQ(history.find("broken"), std::string::npos) << history;
@@ -131,45 +132,27 @@ TEST_P(Interactive, session)
 TEST_P(Interactive, interrupt_breaks_the_statement)
 {
     Terminal terminal = start();
-    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
-    terminal.type(
-        "with recursive n(i) as (select 1 union all select i + 1 from n) select count(*) from n;\n");
-    ASSERT_TRUE(terminal.shows("from n;")) << terminal.screen();
+    const std::string endless =
+        "with recursive n(i) as (select 1 union all select i + 1 from n) select count(*) from n;";
+    terminal.talk({{"", prompt()}, {endless + "\n", "from n;"}});
     for (int attempt = 0; attempt < 2; attempt++) { // the first may come before the statement runs
         usleep(300000);
         terminal.type("\003");
     }
-    ASSERT_TRUE(terminal.shows("ORA-01013")) << terminal.screen();
-    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
-    terminal.type("select 6 * 7;\n");
-    ASSERT_TRUE(terminal.shows(" 42")) << terminal.screen();
-    terminal.type("\\q\n");
-    EXPECT_EQ(terminal.wait(), 0) << terminal.screen();
+    terminal.talk({{"", "ORA-01013"}, {"", prompt()}, {"select 6 * 7;\n", " 42"}});
+    terminal.leave();
 }
 
 TEST_P(Interactive, prompt_marks_open_changes)
 {
     Terminal terminal = start();
-    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
-    terminal.type("\\autocommit off\n");
-    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
-    terminal.type("create table t(a integer);\n");
-    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
-    terminal.type("insert into t values(1);\n");
-    ASSERT_TRUE(terminal.shows(link() + " [" + backend() + "]*> ")) << terminal.screen();
-    terminal.type("rollback;\n");
-    ASSERT_TRUE(terminal.shows("Rolled back.")) << terminal.screen();
-    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
-    terminal.type("\\q\n");
-    EXPECT_EQ(terminal.wait(), 0) << terminal.screen();
-}
-
-TEST_P(Interactive, end_of_input_leaves)
-{
-    Terminal terminal = start();
-    ASSERT_TRUE(terminal.shows(prompt())) << terminal.screen();
-    terminal.type("\004");
-    EXPECT_EQ(terminal.wait(), 0) << terminal.screen();
+    terminal.talk({{"", prompt()},
+                   {"\\autocommit off\n", prompt()},
+                   {"create table t(a integer);\n", prompt()},
+                   {"insert into t values(1);\n", link() + " [" + backend() + "]*> "},
+                   {"rollback;\n", "Rolled back."},
+                   {"", prompt()}});
+    terminal.leave("\004"); // the end of the input
 }
 
 } // namespace

@@ -4,15 +4,14 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
+#include <iterator>
 #include <spawn.h>
-#include <sstream>
 #include <stdexcept>
 #include <sys/wait.h>
 
 std::vector<char *> argument_pointers(std::vector<std::string> &texts)
 {
     std::vector<char *> result;
-    result.reserve(texts.size() + 1);
     for (std::string &text : texts)
         result.push_back(text.data());
     result.push_back(nullptr);
@@ -39,18 +38,19 @@ ProgramTest::~ProgramTest()
 
 std::vector<std::string> ProgramTest::environment() const
 {
+    const std::vector<std::string> common{
+        "PATH=/usr/bin:/bin",
+        "LC_ALL=C.UTF-8",
+        "TERM=dumb",
+        std::string("DKOM_ORA_LIB_PATH=") + ORACLE_LIBRARY_DIR,
+        std::string("DKOM_DRK_LIB_PATH=") + DRAVIK_LIBRARY_DIR,
+        "DKOM_LOG_PATH=" + directory_.string(),
+        "SQLITE_OCI_CLNTSH_DIR=" + (directory_ / "oracle").string(),
+        "SQLITE_OCI_DKOCI_DIR=" + (directory_ / "dravik").string(),
+        "XDG_STATE_HOME=" + (directory_ / "state").string(),
+    };
     std::vector<std::string> variables = own_variables_;
-    variables.insert(variables.end(), {
-                                          "PATH=/usr/bin:/bin",
-                                          "LC_ALL=C.UTF-8",
-                                          "TERM=dumb",
-                                          std::string("DKOM_ORA_LIB_PATH=") + ORACLE_LIBRARY_DIR,
-                                          std::string("DKOM_DRK_LIB_PATH=") + DRAVIK_LIBRARY_DIR,
-                                          "DKOM_LOG_PATH=" + directory_.string(),
-                                          "SQLITE_OCI_CLNTSH_DIR=" + (directory_ / "oracle").string(),
-                                          "SQLITE_OCI_DKOCI_DIR=" + (directory_ / "dravik").string(),
-                                          "XDG_STATE_HOME=" + (directory_ / "state").string(),
-                                      });
+    variables.insert(variables.end(), common.begin(), common.end());
     return variables;
 }
 
@@ -97,7 +97,5 @@ void ProgramTest::write_file(const std::string &name, const std::string &content
 std::string ProgramTest::read_file(const std::string &name) const
 {
     std::ifstream file(directory_ / name, std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
+    return {std::istreambuf_iterator<char>(file), {}};
 }

@@ -61,17 +61,14 @@ TEST(result_writer, table_marks_null_and_cut_values)
 
 TEST(result_writer, right_alignment_needs_nothing_but_numbers)
 {
-    const struct {
-        const char *value;
-        bool right;
-    } cases[] = {
+    const std::pair<const char *, bool> cases[] = {
         {"7", true},  {"-0.5", true}, {"+1E-7", true}, {".5", true},   {"", false},
         {"-", false}, {"12a", false}, {"e5", false},   {"1,5", false},
     };
-    for (const auto &c : cases) {
-        const std::string table = written(Format::table, {"1"}, {{"1234567"}, {c.value}}, {false, false});
+    for (const auto &[value, right] : cases) {
+        const std::string table = written(Format::table, {"1"}, {{"1234567"}, {value}}, {false, false});
         const std::string line = table.substr(table.find('\n') + 1);
-        EXPECT_EQ(line.starts_with("  "), c.right) << c.value;
+        EXPECT_EQ(line.starts_with("  "), right) << value;
     }
 }
 
@@ -88,12 +85,7 @@ TEST(result_writer, formats)
 {
     const std::vector<std::string> columns{"id", "a b"};
     const std::vector<Row> rows{{"1", "x,\"y\"\n"}, {"", std::nullopt}, {" 2", "ü\xFF"}};
-    const struct {
-        Format format;
-        bool header;
-        std::vector<Row> rows;
-        std::string text;
-    } cases[] = {
+    const std::tuple<Format, bool, std::vector<Row>, std::string> cases[] = {
         {Format::table, true, {}, " id | a b\n----+-----\n(0 rows)\n"},
         {Format::table, false, {{"1", "b"}}, " 1 | b\n"},
         {Format::csv, true, {}, "id,a b\n"},
@@ -103,8 +95,8 @@ TEST(result_writer, formats)
          "[\n{\"id\":\"1\",\"a b\":\"x,\\\"y\\\"\\n\"},\n{\"id\":\"\",\"a b\":null},\n"
          "{\"id\":\" 2\",\"a b\":\"ü\uFFFD\"}\n]\n"},
     };
-    for (const auto &c : cases)
-        EXPECT_EQ(written(c.format, columns, c.rows, {c.header, false}), c.text) << name_of(c.format);
+    for (const auto &[format, header, rows, text] : cases)
+        EXPECT_EQ(written(format, columns, rows, {header, false}), text) << name_of(format);
 }
 
 } // namespace

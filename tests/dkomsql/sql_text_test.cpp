@@ -31,11 +31,7 @@ Statements split(const std::string &script)
 
 TEST(sql_text, statements_of_a_script)
 {
-    const struct {
-        const char *what;
-        std::string script;
-        Statements statements;
-    } cases[] = {
+    const std::tuple<const char *, std::string, Statements> cases[] = {
         {"nothing", " \n-- only a remark\n/* and\n another */;;\n;", {}},
         {"several on a line",
          "select 1; select 2;select 3",
@@ -61,26 +57,23 @@ TEST(sql_text, statements_of_a_script)
          {{1, "create table trigger_log(a)"}, {1, "insert into begin values(1)"}}},
         {"never closed", "select 'a;\nb", {{1, "select 'a;\nb"}}},
     };
-    for (const auto &c : cases)
-        EXPECT_EQ(split(c.script), c.statements) << c.what;
+    for (const auto &[what, script, statements] : cases)
+        EXPECT_EQ(split(script), statements) << what;
 }
 
 TEST(sql_text, pending_while_a_statement_or_comment_is_open)
 {
-    const struct {
-        std::string line;
-        bool pending;
-    } cases[] = {
+    const std::pair<std::string, bool> cases[] = {
         {"", false},          {"   ", false},     {"-- remark", false}, {"/* closed */", false},
         {"/* open", true},    {"select 1", true}, {"select 1;", false}, {"select 1; select", true},
         {"select 'a;", true}, {"begin a;", true},
     };
-    for (const auto &c : cases) {
+    for (const auto &[expected_line, expected_pending] : cases) {
         StatementSplitter splitter;
-        splitter.add_line(c.line);
+        splitter.add_line(expected_line);
         while (splitter.next()) {
         }
-        EXPECT_EQ(splitter.pending(), c.pending) << c.line;
+        EXPECT_EQ(splitter.pending(), expected_pending) << expected_line;
         splitter.discard();
         EXPECT_FALSE(splitter.pending());
         splitter.add_line("select 2;");
@@ -93,10 +86,7 @@ TEST(sql_text, pending_while_a_statement_or_comment_is_open)
 TEST(sql_text, placeholders)
 {
     using Names = std::vector<std::string>;
-    const struct {
-        std::string sql;
-        Names names;
-    } cases[] = {
+    const std::pair<std::string, Names> cases[] = {
         {"select 1", {}},
         {"select :a, :b_2, :1 from t where x=:a or y=:A", {"a", "b_2", "1"}},
         {"select ':no', \":no\" /* :no */ -- :no\n, :yes", {"yes"}},
@@ -105,27 +95,22 @@ TEST(sql_text, placeholders)
         {"/* note */ create table t(a)", {}},
         {":größe", {"größe"}},
     };
-    for (const auto &c : cases)
-        EXPECT_EQ(placeholders(c.sql), c.names) << c.sql;
+    for (const auto &[sql, names] : cases)
+        EXPECT_EQ(placeholders(sql), names) << sql;
 }
 
 TEST(sql_text, locate)
 {
     const std::string text = "one\ntwo\n\nfour";
-    const struct {
-        std::size_t offset;
-        std::size_t line;
-        std::string line_text;
-        std::size_t in_line;
-    } cases[] = {
+    const std::tuple<std::size_t, std::size_t, std::string, std::size_t> cases[] = {
         {0, 0, "one", 0}, {3, 0, "one", 3},   {4, 1, "two", 0},
         {8, 2, "", 0},    {12, 3, "four", 3}, {99, 3, "four", 4},
     };
-    for (const auto &c : cases) {
-        const TextPosition position = locate(text, c.offset);
-        EXPECT_EQ(position.line, c.line) << c.offset;
-        EXPECT_EQ(position.line_text, c.line_text) << c.offset;
-        EXPECT_EQ(position.offset, c.in_line) << c.offset;
+    for (const auto &[expected_offset, expected_line, expected_line_text, in_line] : cases) {
+        const TextPosition position = locate(text, expected_offset);
+        EXPECT_EQ(position.line, expected_line) << expected_offset;
+        EXPECT_EQ(position.line_text, expected_line_text) << expected_offset;
+        EXPECT_EQ(position.offset, in_line) << expected_offset;
     }
 }
 

@@ -11,11 +11,7 @@ namespace
 
 TEST(utf8, width_and_printable_form)
 {
-    const struct {
-        std::string text;
-        std::string printed;
-        std::size_t width;
-    } cases[] = {
+    const std::tuple<std::string, std::string, std::size_t> cases[] = {
         {"", "", 0},
         {"plain", "plain", 5},
         {"Zürich", "Zürich", 6},
@@ -32,53 +28,35 @@ TEST(utf8, width_and_printable_form)
         {"\xE6\x9D", "\\xE6\\x9D", 8},                                 // cut in the middle
         {"\xED\xA0\x80", "\\xED\\xA0\\x80", 12},                       // a surrogate
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(printable(c.text), c.printed);
-        EXPECT_EQ(display_width(c.printed), c.width) << c.printed;
+    for (const auto &[text, printed, width] : cases) {
+        EXPECT_EQ(printable(text), printed);
+        EXPECT_EQ(display_width(printed), width) << printed;
     }
 }
 
 TEST(utf8, prefix_without_a_cut_character)
 {
-    const struct {
-        std::string text;
-        std::size_t length;
-    } cases[] = {
-        {"", 0},
-        {"ab", 2},
-        {"ab\xC3", 2},
-        {"ab\xC3\xBC", 4},
-        {"ab\xE6\x9D", 2},
-        {"ab\xF0\x9F\x98", 2},
-        {"ab\xF0\x9F\x98\x80", 6},
-        {"\xE6\x9D", 0},
-        {"ab\xFF", 3}, // malformed anyway: nothing was cut
+    const std::pair<std::string, std::size_t> cases[] = {
+        {"", 0},           {"ab", 2},         {"ab\xC3", 2},   {"ab\xF0\x9F\x98", 2},
+        {"ab\xC3\xBC", 4}, {"ab\xE6\x9D", 2}, {"\xE6\x9D", 0}, {"ab\xF0\x9F\x98\x80", 6},
+        {"ab\xFF", 3},
     };
-    for (const auto &c : cases)
-        EXPECT_EQ(complete_prefix(c.text), c.length) << printable(c.text);
+    for (const auto &[text, length] : cases)
+        EXPECT_EQ(complete_prefix(text), length) << printable(text);
 }
 
 TEST(utf8, excerpt_keeps_the_place_in_sight)
 {
-    const struct {
-        std::string line;
-        std::size_t offset;
-        std::size_t columns;
-        std::string text;
-        std::size_t caret;
-    } cases[] = {
-        {"select nope from t", 7, 80, "select nope from t", 7},
-        {"select 東京, nope", 15, 80, "select 東京, nope", 13},
-        {"\tselect nope", 8, 80, " select nope", 8},
-        {"select", 6, 80, "select", 6},
-        {"0123456789abcdefghij", 15, 9, "…9abcdefg…", 7},
+    const std::tuple<std::string, std::size_t, std::size_t, std::string, std::size_t> cases[] = {
+        {"select nope from t", 7, 80, "select nope from t", 7}, {"\tselect nope", 8, 80, " select nope", 8},
+        {"select 東京, nope", 15, 80, "select 東京, nope", 13}, {"select", 6, 80, "select", 6},
+        {"0123456789abcdefghij", 15, 9, "…9abcdefg…", 7},       {"0123456789abcdefghij", 20, 9, "…efghij", 7},
         {"0123456789abcdefghij", 2, 9, "012345678…", 2},
-        {"0123456789abcdefghij", 20, 9, "…efghij", 7},
     };
-    for (const auto &c : cases) {
-        const Excerpt excerpt = excerpt_around(c.line, c.offset, c.columns);
-        EXPECT_EQ(excerpt.text, c.text);
-        EXPECT_EQ(excerpt.caret, c.caret) << c.text;
+    for (const auto &[line, offset, columns, expected_text, expected_caret] : cases) {
+        const Excerpt excerpt = excerpt_around(line, offset, columns);
+        EXPECT_EQ(excerpt.text, expected_text);
+        EXPECT_EQ(excerpt.caret, expected_caret) << expected_text;
     }
 }
 

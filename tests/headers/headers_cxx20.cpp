@@ -1,5 +1,6 @@
 // The OCI headers in C++20: the same checks as in C, identity of types, and C linkage.
 #include "checks.h"
+#include "linked_names.h"
 
 #include <type_traits>
 
@@ -47,31 +48,10 @@ static_assert(same<decltype(OCICollMax), sb4(OCIEnv *, const OCIColl *)>);
 
 } // namespace
 
-// One entry point of each header with prototypes: the linker finds it only under its unmangled name.
+// The linker finds an entry point only under its unmangled name.
 using entry_point = void (*)();
-#define ADDRESS(name) reinterpret_cast<entry_point>(&(name))
-entry_point entry_points[] = {
-    ADDRESS(OCIAnyDataDestroy),
-    ADDRESS(OCIMemoryAlloc),
-    ADDRESS(OCIStringSize),
-    ADDRESS(OCIDateSysDate),
-    ADDRESS(OCIDirPathFinish),
-    ADDRESS(OCIEnvCreate),
-    ADDRESS(OCILobRead2),
-    ADDRESS(OCINlsGetInfo),
-    ADDRESS(OCINumberAdd),
-    ADDRESS(OCIObjectNew),
-    ADDRESS(OCITypeByName),
-    ADDRESS(OCIPicklerTdsInit),
-    ADDRESS(OCISessionPoolCreate),
-    ADDRESS(OCIAQEnq),
-    ADDRESS(OCISecurityHash),
-    ADDRESS(OCIServerAttach),
-    ADDRESS(OCIStmtExecute),
-    ADDRESS(OCIThreadCreate),
-    ADDRESS(ocom),
-    ADDRESS(OCIXMLTypeNew),
-};
+#define ADDRESS(name) reinterpret_cast<entry_point>(&(name)),
+entry_point entry_points[] = {LINKED_NAMES(ADDRESS)};
 
 int main()
 {

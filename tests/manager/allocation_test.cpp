@@ -72,76 +72,68 @@ namespace
 class Allocation : public ManagerTest
 {
 protected:
-    Allocation() : level("DKOM_LOG_LEVEL", std::nullopt)
+    Allocation()
     {
         tzset(); // takes memory once
-        bind = bind_by_position(1);
-        define = define_by_position(1);
-        oracle().quiet = true;
-        dravik().quiet = true;
+        bind = new_bind();
+        define = new_define();
     }
 
-    ~Allocation() override
+    sword attach() { return OCIServerAttach(srv, err, text_of("link"), 4, OCI_DEFAULT); }
+    sword prepare() { return OCIStmtPrepare(stmt, err, text_of("x"), 1, OCI_NTV_SYNTAX, OCI_DEFAULT); }
+    /* These start with an empty variable. */
+    void *&empty() { return made = nullptr; }
+    sword new_handle() { return OCIHandleAlloc(env, &empty(), OCI_HTYPE_STMT, 0, nullptr); }
+    sword new_descriptor() { return OCIDescriptorAlloc(env, &empty(), OCI_DTYPE_LOB, 0, nullptr); }
+    sword get(void *handle, ub4 type, ub4 attribute)
     {
-        oracle().quiet = false;
-        dravik().quiet = false;
+        return OCIAttrGet(handle, type, &empty(), nullptr, attribute, err);
     }
 
-    scoped_variable level;
+    const scoped_variable level{"DKOM_LOG_LEVEL", std::nullopt};
     OCIBind *bind;
     OCIDefine *define;
+    void *made = nullptr;
 };
 
 TEST_F(Allocation, CallsTakeNoMoreThanTheyMustAndGiveItBack)
 {
-    const auto *text = reinterpret_cast<const OraText *>("SELECT 1");
     OraText buffer[512] = "";
     sb4 code = 0;
     ub4 value = 0;
+    void *known_bind = bind;
+    void *known_define = define;
     struct row {
         const char *name;
         long most; // allocations of a call
         std::function<sword()> call;
     };
     const std::vector<row> rows{
-        {"OCIStmtFetch", 0, [&] { return OCIStmtFetch(stmt, err, 1, OCI_FETCH_NEXT, OCI_DEFAULT); }},
+        {"OCIStmtFetch", 0, [&] { return fetch(); }},
         {"OCIStmtFetch2", 0, [&] { return OCIStmtFetch2(stmt, err, 1, OCI_FETCH_NEXT, 0, OCI_DEFAULT); }},
         {"OCIServerDetach", 0, [&] { return OCIServerDetach(srv, err, OCI_DEFAULT); }},
         {"OCISessionBegin", 0, [&] { return OCISessionBegin(svc, err, ses, OCI_CRED_EXT, OCI_DEFAULT); }},
         {"OCISessionEnd", 0, [&] { return OCISessionEnd(svc, err, ses, OCI_DEFAULT); }},
         {"OCIAttrSet", 0, [&] { return OCIAttrSet(svc, OCI_HTYPE_SVCCTX, ses, 0, OCI_ATTR_SESSION, err); }},
-        {"OCIAttrGet", 0,
-         [&] { return OCIAttrGet(stmt, OCI_HTYPE_STMT, &value, nullptr, OCI_ATTR_PREFETCH_ROWS, err); }},
-        {"OCIBindByPos", 0,
-         [&] {
-             return OCIBindByPos(stmt, &bind, err, 1, nullptr, 0, SQLT_INT, nullptr, nullptr, nullptr, 0,
-                                 nullptr, OCI_DEFAULT);
-         }},
-        {"OCIDefineByPos", 0,
-         [&] {
-             return OCIDefineByPos(stmt, &define, err, 1, nullptr, 0, SQLT_INT, nullptr, nullptr, nullptr,
-                                   OCI_DEFAULT);
-         }},
+        {"OCIAttrGet", 0, [&] { return get(stmt, OCI_HTYPE_STMT, OCI_ATTR_PREFETCH_ROWS); }},
+        {"OCIBindByPos", 0, [&] { return bind_by_position(stmt, &known_bind, err); }},
+        {"OCIDefineByPos", 0, [&] { return define_by_position(stmt, &known_define, err); }},
         {"OCITransCommit", 0, [&] { return OCITransCommit(svc, err, OCI_DEFAULT); }},
         {"OCIBreak", 0, [&] { return OCIBreak(svc, err); }},
         {"OCILobGetLength", 0, [&] { return OCILobGetLength(svc, err, lob, &value); }},
         {"OCINumberToInt", 0, [&] { return OCINumberToInt(err, nullptr, 4, OCI_NUMBER_UNSIGNED, &value); }},
         {"OCIBindArrayOfStruct", 0, [&] { return OCIBindArrayOfStruct(bind, err, 1, 1, 1, 1); }},
         {"OCIDefineArrayOfStruct", 0, [&] { return OCIDefineArrayOfStruct(define, err, 1, 1, 1, 1); }},
-        {"OCIBindByName", 1,
-         [&] {
-             return OCIBindByName(stmt, &bind, err, text, 2, nullptr, 0, SQLT_INT, nullptr, nullptr, nullptr,
-                                  0, nullptr, OCI_DEFAULT);
-         }},
-        {"OCIStmtPrepare", 1,
-         [&] { return OCIStmtPrepare(stmt, err, text, 8, OCI_NTV_SYNTAX, OCI_DEFAULT); }},
-        {"OCIServerAttach", 1, [&] { return OCIServerAttach(srv, err, text, 8, OCI_DEFAULT); }},
-        {"OCIStmtExecute", 2,
-         [&] { return OCIStmtExecute(svc, stmt, err, 1, 0, nullptr, nullptr, OCI_DEFAULT); }},
+        {"OCIBindByName", 1, [&] { return bind_by_name(stmt, &known_bind, err); }},
+        {"OCIStmtPrepare", 1, [&] { return prepare(); }},
+        {"OCIServerAttach", 1, [&] { return attach(); }},
+        {"OCIStmtExecute", 2, [&] { return execute(); }},
         {"OCIErrorGet", 1,
          [&] { return OCIErrorGet(err, 1, buffer, &code, buffer, sizeof buffer, OCI_HTYPE_ERROR); }},
     };
     wrapper(err)->last_err = 1;
+    oracle().quiet = true;
+    dravik().quiet = true;
     for (const row &r : rows) {
         r.call(); // reads the level
         const unsigned long calls_before = oracle().quiet_calls;
@@ -154,52 +146,30 @@ TEST_F(Allocation, CallsTakeNoMoreThanTheyMustAndGiveItBack)
         EXPECT_EQ(seen.released, seen.allocated) << r.name;
         EXPECT_GE(oracle().quiet_calls, calls_before + 100) << r.name;
     }
+    oracle().quiet = false;
+    dravik().quiet = false;
 }
 
 /* Failure paths give back their buffers too, and the wrappers that they made. */
 TEST_F(Allocation, FailuresKeepNothing)
 {
-    const auto *text = reinterpret_cast<const OraText *>("SELECT 1");
-    oracle().quiet = false;
-    dravik().quiet = false;
     route(srv, 2);
     struct row {
         const char *name;
         recording::backend &failing;
         std::function<sword()> call;
     };
-    void *made = nullptr;
     const std::vector<row> rows{
-        {"OCIServerAttach", dravik(), [&] { return OCIServerAttach(srv, err, text, 8, OCI_DEFAULT); }},
-        {"OCIStmtPrepare", oracle(),
-         [&] { return OCIStmtPrepare(stmt, err, text, 8, OCI_NTV_SYNTAX, OCI_DEFAULT); }},
-        {"OCIStmtPrepare", dravik(),
-         [&] { return OCIStmtPrepare(stmt, err, text, 8, OCI_NTV_SYNTAX, OCI_DEFAULT); }},
-        {"OCIStmtExecute", oracle(),
-         [&] { return OCIStmtExecute(svc, stmt, err, 1, 0, nullptr, nullptr, OCI_DEFAULT); }},
-        {"OCIBindByName", oracle(),
-         [&] {
-             made = nullptr;
-             return OCIBindByName(stmt, from_word<OCIBind **>(to_word(&made)), err, text, 2, nullptr, 0,
-                                  SQLT_INT, nullptr, nullptr, nullptr, 0, nullptr, OCI_DEFAULT);
-         }},
-        {"OCIDefineByPos", oracle(),
-         [&] {
-             made = nullptr;
-             return OCIDefineByPos(stmt, from_word<OCIDefine **>(to_word(&made)), err, 1, nullptr, 0,
-                                   SQLT_INT, nullptr, nullptr, nullptr, OCI_DEFAULT);
-         }},
-        {"OCIHandleAlloc", oracle(), [&] { return OCIHandleAlloc(env, &made, OCI_HTYPE_STMT, 0, nullptr); }},
-        {"OCIDescriptorAlloc", oracle(),
-         [&] {
-             made = nullptr;
-             return OCIDescriptorAlloc(env, &made, OCI_DTYPE_LOB, 0, nullptr);
-         }},
-        {"OCIAttrGet", oracle(),
-         [&] {
-             made = nullptr;
-             return OCIAttrGet(svc, OCI_HTYPE_SVCCTX, &made, nullptr, OCI_ATTR_SERVER, err);
-         }},
+        {"OCIServerAttach", dravik(), [&] { return attach(); }},
+        {"OCIStmtPrepare", oracle(), [&] { return prepare(); }},
+        {"OCIStmtPrepare", dravik(), [&] { return prepare(); }},
+        {"OCIStmtExecute", oracle(), [&] { return execute(); }},
+        {"OCIBindByName", oracle(), [&] { return bind_by_name(stmt, &empty(), err); }},
+        {"OCIDefineByPos", oracle(), [&] { return define_by_position(stmt, &empty(), err); }},
+        {"OCIHandleAlloc", oracle(), [&] { return new_handle(); }},
+        {"OCIDescriptorAlloc", oracle(), [&] { return new_descriptor(); }},
+        {"OCIEnvInit", oracle(), [&] { return OCIEnvInit(&env, OCI_DEFAULT, 0, nullptr); }},
+        {"OCIAttrGet", oracle(), [&] { return get(svc, OCI_HTYPE_SVCCTX, OCI_ATTR_SERVER); }},
     };
     for (const row &r : rows) {
         /* What the library takes shows as the difference between the first and the later halves of a run: the
@@ -225,79 +195,43 @@ TEST_F(Allocation, FailuresKeepNothing)
 
 TEST_F(Allocation, NoMemoryForAWrapperStops)
 {
-    const auto *text = reinterpret_cast<const OraText *>("SELECT 1");
-    void *made = nullptr;
     struct row {
-        const char *name;
-        const char *assertion;
-        int line;
+        const char *function;
+        const char *wrapper;
         std::function<void()> call;
+        int line = 0;
     };
     const std::vector<row> rows{
-        {"OCIEnvCreate", "whdlp != ((void *)0)", 0,
-         [&] { OCIEnvCreate(&env, OCI_DEFAULT, nullptr, nullptr, nullptr, nullptr, 0, nullptr); }},
-        {"OCIEnvNlsCreate", "wenvp != ((void *)0)", 0,
+        {"OCIEnvCreate", "whdlp", [&] { create_environment(&env); }},
+        {"OCIEnvNlsCreate", "wenvp",
          [&] { OCIEnvNlsCreate(&env, OCI_DEFAULT, nullptr, nullptr, nullptr, nullptr, 0, nullptr, 0, 0); }},
-        {"OCIEnvInit", "wenvp != ((void *)0)", 0, [&] { OCIEnvInit(&env, OCI_DEFAULT, 0, nullptr); }},
-        {"OCIHandleAlloc", "whdlp != ((void *)0)", 0,
-         [&] { OCIHandleAlloc(env, &made, OCI_HTYPE_STMT, 0, nullptr); }},
-        {"OCIDescriptorAlloc", "wdescp != ((void *)0)", 0,
-         [&] { OCIDescriptorAlloc(env, &made, OCI_DTYPE_LOB, 0, nullptr); }},
-        {"OCIStmtPrepare2", "wstmtp != ((void *)0)", 1613,
+        {"OCIEnvInit", "wenvp", [&] { OCIEnvInit(&env, OCI_DEFAULT, 0, nullptr); }},
+        {"OCIHandleAlloc", "whdlp", [&] { new_handle(); }},
+        {"OCIDescriptorAlloc", "wdescp", [&] { new_descriptor(); }},
+        {"OCIStmtPrepare2", "wstmtp",
          [&] {
-             OCIStmtPrepare2(svc, from_word<OCIStmt **>(to_word(&made)), err, text, 8, nullptr, 0,
+             OCIStmtPrepare2(svc, from_word<OCIStmt **>(to_word(&made)), err, text_of("x"), 1, nullptr, 0,
                              OCI_NTV_SYNTAX, OCI_DEFAULT);
-         }},
-        {"OCIBindByPos", "wbindp != ((void *)0)", 0,
-         [&] {
-             OCIBindByPos(stmt, from_word<OCIBind **>(to_word(&made)), err, 1, nullptr, 0, SQLT_INT, nullptr,
-                          nullptr, nullptr, 0, nullptr, OCI_DEFAULT);
-         }},
-        {"OCIBindByName", "wbindp != ((void *)0)", 0,
-         [&] {
-             OCIBindByName(stmt, from_word<OCIBind **>(to_word(&made)), err, text, 2, nullptr, 0, SQLT_INT,
-                           nullptr, nullptr, nullptr, 0, nullptr, OCI_DEFAULT);
-         }},
-        {"OCIDefineByPos", "wdefnp != ((void *)0)", 0,
-         [&] {
-             OCIDefineByPos(stmt, from_word<OCIDefine **>(to_word(&made)), err, 1, nullptr, 0, SQLT_INT,
-                            nullptr, nullptr, nullptr, OCI_DEFAULT);
-         }},
-        {"OCIParamGet", "wparmdpp != ((void *)0)", 0,
-         [&] { OCIParamGet(stmt, OCI_HTYPE_STMT, err, &made, 1); }},
-        {"init_oci_manager", "tblp != ((void *)0)", 0,
+         },
+         1613},
+        {"OCIBindByPos", "wbindp", [&] { bind_by_position(stmt, &made, err); }},
+        {"OCIBindByName", "wbindp", [&] { bind_by_name(stmt, &made, err); }},
+        {"OCIDefineByPos", "wdefnp", [&] { define_by_position(stmt, &made, err); }},
+        {"OCIParamGet", "wparmdpp", [&] { OCIParamGet(stmt, OCI_HTYPE_STMT, err, &made, 1); }},
+        {"OCIAttrGet", "wattr", [&] { get(svc, OCI_HTYPE_SVCCTX, OCI_ATTR_SERVER); }, 2226},
+        {"OCIAttrGet", "wattr", [&] { get(stmt, OCI_HTYPE_STMT, OCI_ATTR_ROWID); }, 2234},
+        {"init_oci_manager", "tblp",
          [&] {
              hdl_list_tbl = nullptr;
              init_oci_manager();
          }},
     };
     for (const row &r : rows)
-        expect_stop({.name = r.name,
-                     .call =
-                         [&] {
-                             memory.out_of_zeroed = true;
-                             r.call();
-                         },
-                     .function = r.name,
-                     .assertion = r.assertion,
-                     .line = r.line});
-    struct value {
-        void *handle;
-        ub4 type;
-        ub4 attribute;
-        int line;
-    };
-    for (const value &v : {value{svc, OCI_HTYPE_SVCCTX, OCI_ATTR_SERVER, 2226},
-                           value{stmt, OCI_HTYPE_STMT, OCI_ATTR_ROWID, 2234}})
-        expect_stop({.name = "OCIAttrGet",
-                     .call =
-                         [&] {
-                             memory.out_of_zeroed = true;
-                             OCIAttrGet(v.handle, v.type, &made, nullptr, v.attribute, err);
-                         },
-                     .function = "OCIAttrGet",
-                     .assertion = "wattr != ((void *)0)",
-                     .line = v.line});
+        expect_stop({[&] {
+                         memory.out_of_zeroed = true;
+                         r.call();
+                     },
+                     r.function, std::string(r.wrapper) + " != ((void *)0)", "", r.line});
 }
 
 } // namespace

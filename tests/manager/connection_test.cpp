@@ -2,42 +2,40 @@
 #include "forwarding.h"
 
 using namespace manager_tests;
-using testing::ElementsAre;
 
 namespace
 {
 
+forwarded connection_call(recording::function f, std::vector<lookup> lookups, const std::string &prototype,
+                          std::vector<requirement> required, const std::string &no_backend)
+{
+    /* A detach tells neither the backend nor its result apart. */
+    const bool detach = prototype.empty();
+    const std::string result = std::string(detach ? "\n\treturn rc=" : "\n\trc=") + "{result}";
+    return {.f = std::move(f),
+            .how = manner::exclusive,
+            .lookups = std::move(lookups),
+            .prototype = prototype,
+            .success = {OM_LOG_INFO, "()" + result},
+            .oracle_failure = {OM_LOG_ERROR, std::string(detach ? "()" : "(): ORACLE") + result},
+            .dravik_failure = {OM_LOG_ERROR, std::string(detach ? "()" : "(): DRAVIK") + result},
+            .required = std::move(required),
+            .no_backend = no_backend};
+}
+
 const std::vector<forwarded> &connection_calls()
 {
+    static const std::vector<requirement> both{{0, "wsvchp!=((void *)0)"}, {2, "wusrhp!=((void *)0)"}};
     static const std::vector<forwarded> rows{
-        {.f = FUNCTION(OCIServerDetach),
-         .how = manner::exclusive,
-         .lookups = {{0, OCI_HTYPE_SERVER}, {1, OCI_HTYPE_ERROR}},
-         .success = {OM_LOG_INFO, "END FUNC - OCIServerDetach()\n\treturn rc={result}"},
-         .oracle_failure = {OM_LOG_ERROR, "END FUNC - OCIServerDetach()\n\treturn rc={result}"},
-         .dravik_failure = {OM_LOG_ERROR, "END FUNC - OCIServerDetach()\n\treturn rc={result}"},
-         .assertion = "whdlp != ((void *)0)",
-         .no_backend = "There is no available svr handle"},
-        {.f = FUNCTION(OCISessionBegin),
-         .how = manner::exclusive,
-         .lookups = {{0, OCI_HTYPE_SVCCTX}, {2, OCI_HTYPE_SESSION}, {1, OCI_HTYPE_ERROR}},
-         .arguments = "OCISessionBegin(OCISvcCtx *svchp, OCIError *errhp, OCISession *usrhp, ub4 credt, "
-                      "ub4 mode)\n\tsvchp=%p\n\terrhp=%p\n\tusrhp=%p\n\tcredt=%d\n\tmode=%d",
-         .success = {OM_LOG_INFO, "END FUNC - OCISessionBegin()\n\trc={result}"},
-         .oracle_failure = {OM_LOG_ERROR, "END FUNC - OCISessionBegin(): ORACLE\n\trc={rc}"},
-         .dravik_failure = {OM_LOG_ERROR, "END FUNC - OCISessionBegin(): DRAVIK\n\trc={dk_rc}"},
-         .assertion = "wsvchp!=((void *)0)",
-         .no_backend = "There is no available service handle"},
-        {.f = FUNCTION(OCISessionEnd),
-         .how = manner::exclusive,
-         .lookups = {{0, OCI_HTYPE_SERVER}, {2, OCI_HTYPE_SESSION}, {1, OCI_HTYPE_ERROR}},
-         .arguments = "OCISessionEnd(OCISvcCtx *svchp, OCIError *errhp, OCISession *usrhp, ub4 mode)"
-                      "\n\tsvchp=%p\n\terrhp=%p\n\tusrhp=%p\n\tmode=%d",
-         .success = {OM_LOG_INFO, "END FUNC - OCISessionEnd()\n\trc={result}"},
-         .oracle_failure = {OM_LOG_ERROR, "END FUNC - OCISessionEnd(): ORACLE\n\trc={rc}"},
-         .dravik_failure = {OM_LOG_ERROR, "END FUNC - OCISessionEnd(): DRAVIK\n\trc={dk_rc}"},
-         .assertion = "wsvchp!=((void *)0)",
-         .no_backend = "There is no available service handle"},
+        connection_call(FUNCTION(OCIServerDetach), {{0, OCI_HTYPE_SERVER}, error_at(1)}, "",
+                        {{0, "whdlp != ((void *)0)"}}, "There is no available svr handle"),
+        connection_call(
+            FUNCTION(OCISessionBegin), {{0, OCI_HTYPE_SVCCTX}, {2, OCI_HTYPE_SESSION}, error_at(1)},
+            "OCISessionBegin(OCISvcCtx *svchp, OCIError *errhp, OCISession *usrhp, ub4 credt, ub4 mode)",
+            both, "There is no available service handle"),
+        connection_call(FUNCTION(OCISessionEnd), {{0, OCI_HTYPE_SERVER}, {2, OCI_HTYPE_SESSION}, error_at(1)},
+                        "OCISessionEnd(OCISvcCtx *svchp, OCIError *errhp, OCISession *usrhp, ub4 mode)", both,
+                        "There is no available service handle"),
     };
     return rows;
 }
@@ -52,146 +50,88 @@ TEST_F(Session, BeginBindsTheSessionToTheBackendThatWasCalled)
 {
     for (const sword rc : {OCI_SUCCESS, OCI_SUCCESS_WITH_INFO, OCI_ERROR}) {
         for (const ub4 last_exec : {1U, 2U, 3U}) {
-            SCOPED_TRACE(format("rc %d, last_exec %u", rc, last_exec));
+            SCOPED_TRACE(print("rc %d, last_exec %u", rc, last_exec));
             route(svc, last_exec);
             route(ses, 3);
             oracle().always("OCISessionBegin", rc);
             dravik().always("OCISessionBegin", rc);
             EXPECT_EQ(OCISessionBegin(svc, err, ses, OCI_CRED_EXT, OCI_DEFAULT), rc);
-            const ub4 backend = last_exec == 2 ? 2U : 1U;
-            EXPECT_EQ(wrapper(ses)->last_exec, backend);
+            EXPECT_EQ(wrapper(ses)->last_exec, last_exec == 2 ? 2U : 1U);
             EXPECT_EQ(OCISessionEnd(svc, err, ses, OCI_DEFAULT), OCI_SUCCESS);
-            EXPECT_EQ(wrapper(ses)->last_exec, backend);
+            EXPECT_EQ(wrapper(ses)->last_exec, last_exec == 2 ? 2U : 1U);
         }
     }
-}
-
-TEST_F(Session, UnknownSessionStops)
-{
-    for (OCISession *session : {static_cast<OCISession *>(nullptr), reinterpret_cast<OCISession *>(this)}) {
-        expect_stop({.name = "begin",
-                     .call = [&] { OCISessionBegin(svc, err, session, OCI_CRED_EXT, OCI_DEFAULT); },
-                     .function = "OCISessionBegin",
-                     .assertion = "wusrhp!=((void *)0)"});
-        expect_stop({.name = "end",
-                     .call = [&] { OCISessionEnd(svc, err, session, OCI_DEFAULT); },
-                     .function = "OCISessionEnd",
-                     .assertion = "wusrhp!=((void *)0)"});
-    }
-}
-
-TEST_F(Session, AnErrorHandleThatIsNotKnownGoesToOracleOnly)
-{
-    violations_expected = true; // Oracle sees a pointer that it did not make
-    auto *unknown = reinterpret_cast<OCIError *>(this);
-    OCISessionBegin(svc, unknown, ses, OCI_CRED_EXT, OCI_DEFAULT);
-    route(svc, 2);
-    OCISessionBegin(svc, unknown, ses, OCI_CRED_EXT, OCI_DEFAULT);
-    ASSERT_EQ(calls().size(), 2U);
-    EXPECT_EQ(calls()[0].arguments[1], to_word(unknown));
-    EXPECT_EQ(calls()[1].arguments[1], 0U);
 }
 
 class Attach : public ManagerTest
 {
 protected:
-    sword attach(const std::string &link)
+    sword attach(const std::string &link = "sales")
     {
-        return OCIServerAttach(srv, err, reinterpret_cast<const OraText *>(link.data()),
-                               static_cast<sb4>(link.size()), OCI_DEFAULT);
+        return OCIServerAttach(srv, err, text_of(link), static_cast<sb4>(link.size()), OCI_DEFAULT);
     }
 
-    record argument_record(const std::string &shown_link, const std::string &narrowed, std::size_t length)
+    /* Up to the call of the first backend. */
+    records_t start_records(const char *shown_link, std::size_t length)
     {
-        return {
-            OM_LOG_INFO,
-            format("OCIServerAttach(OCIServer *srvhp, OCIError *errhp, CONST OraText *dblink, sb4 "
-                   "dblink_len, ub4 mode)\n\tsrvhp=%p\n\terrhp=%p\n\tdblink=%s, c_sid=%s\n\tdblink_len=%zu, "
-                   "c_sid_len=%zu\n\tmode=0",
-                   static_cast<void *>(srv), static_cast<void *>(err), shown_link.c_str(), narrowed.c_str(),
-                   length, narrowed.size())};
+        return sequence(
+            entered("OCIServerAttach"),
+            argument_record("OCIServerAttach(OCIServer *srvhp, OCIError *errhp, CONST OraText *dblink, sb4 "
+                            "dblink_len, ub4 mode)",
+                            {to_word(srv), to_word(err), to_word(shown_link), to_word("sales"), length, 5, 0},
+                            {{"dblink", "=%s, c_sid=%s"}, {"dblink_len", "=%zu, c_sid_len=%zu"}}),
+            lookup_records(srv, OCI_HTYPE_SERVER), lookup_records(err, OCI_HTYPE_ERROR), oracle_runs,
+            entered("oci_mng_is_oracle_conn"));
     }
 
-    records_t lookups()
-    {
-        return sequence(lookup_records(srv, OCI_HTYPE_SERVER), lookup_records(err, OCI_HTYPE_ERROR));
-    }
-
-    const std::string utf16_link{"s\0a\0l\0e\0s\0", 10};
+    const std::string wide_link{"s\0a\0l\0e\0s\0", 10};
+    const record ended = info("END FUNC - OCIServerAttach()\n\treturn rc=0");
 };
-
-const record oracle_runs{OM_LOG_INFO, "[ORACLE] OCI API will be executed"};
-const record dravik_runs{OM_LOG_INFO, "[DRAVIK] OCI API will be executed"};
 
 TEST_F(Attach, OracleThatAcceptsKeepsTheServer)
 {
     const trace_capture trace(OM_LOG_TRACE);
-    const records_t expected = sequence(
-        records_t{{OM_LOG_TRACE, "OCIServerAttach"}, argument_record("sales", "sales", 5)}, lookups(),
-        records_t{oracle_runs,
-                  {OM_LOG_TRACE, "oci_mng_is_oracle_conn"},
-                  {OM_LOG_INFO, "CONTINUE FUNC - OCIServerAttach to oracle is Success"},
-                  {OM_LOG_INFO, "END FUNC - OCIServerAttach()\n\treturn rc=0"}});
-    EXPECT_EQ(attach("sales"), OCI_SUCCESS);
-    EXPECT_THAT(called(), ElementsAre("Oracle.OCIServerAttach"));
+    const records_t expected = sequence(start_records("sales", 5),
+                                        info("CONTINUE FUNC - OCIServerAttach to oracle is Success"), ended);
+    EXPECT_EQ(attach(), OCI_SUCCESS);
+    expect_calls({to_oracle("OCIServerAttach")});
     EXPECT_EQ(wrapper(srv)->last_exec, 1U);
     EXPECT_EQ(wrapper(err)->last_err, 0U);
     expect_records(trace.records(), expected);
 
     /* From now on Oracle alone is asked, and its refusal leaves nobody. */
     oracle().always("OCIServerAttach", OCI_ERROR);
-    expect_stop({.name = "second attach",
-                 .call = [&] { attach("sales"); },
-                 .function = "OCIServerAttach",
-                 .assertion = "0",
-                 .reasons = {"There is no available svr handle"}});
+    expect_stop({[&] { attach(); }, "OCIServerAttach", "0", "There is no available svr handle"});
 }
 
 TEST_F(Attach, DravikGetsTheNarrowedLinkAfterOracleRefused)
 {
+    oracle().error_text = "unknown link";
+    oracle().error_code = 12154;
     for (const sword refusal : {OCI_ERROR, OCI_SUCCESS_WITH_INFO, OCI_INVALID_HANDLE}) {
         SCOPED_TRACE(refusal);
         route(srv, 3);
-        forget_calls();
         oracle().next("OCIServerAttach", refusal);
-        oracle().error_text = "unknown link";
-        oracle().error_code = 12154;
         const trace_capture trace(OM_LOG_TRACE);
         const records_t expected = sequence(
-            records_t{{OM_LOG_TRACE, "OCIServerAttach"}, argument_record("s", "sales", 10)}, lookups(),
-            records_t{
-                oracle_runs,
-                {OM_LOG_TRACE, "oci_mng_is_oracle_conn"},
-                {OM_LOG_INFO, format("oci_mng_is_oracle_conn: Oracle\n\treturn rc=%d\n\tr_sqlstate=(null)"
-                                     "\n\tr_errcodep=12154\n\tr_bufp=unknown link, c_sid=unknown link",
-                                     refusal)},
-                dravik_runs,
-                {OM_LOG_INFO, "CONTINUE FUNC - OCIServerAttach to dravik is Success"},
-                {OM_LOG_INFO, "END FUNC - OCIServerAttach()\n\treturn rc=0"}});
-        EXPECT_EQ(attach(utf16_link), OCI_SUCCESS);
+            start_records("s", 10),
+            info("oci_mng_is_oracle_conn: Oracle\n\treturn rc=%d\n\tr_sqlstate=(null)\n\tr_errcodep=12154\n\t"
+                 "r_bufp=unknown link, c_sid=unknown link",
+                 refusal),
+            dravik_runs, info("CONTINUE FUNC - OCIServerAttach to dravik is Success"), ended);
+        EXPECT_EQ(attach(wide_link), OCI_SUCCESS);
         expect_records(trace.records(), expected);
-
-        EXPECT_THAT(called(),
-                    ElementsAre("Oracle.OCIServerAttach", "Oracle.OCIErrorGet", "Dravik.OCIServerAttach"));
-        EXPECT_EQ(calls()[0].text, utf16_link);
-        const words &probe = calls()[1].arguments;
-        EXPECT_EQ(probe[0], to_word(err));
-        EXPECT_EQ(probe[1], 1U);
-        EXPECT_EQ(probe[2], 0U);
-        EXPECT_EQ(probe[5], 8192U);
-        EXPECT_EQ(probe[6], word{OCI_HTYPE_ERROR});
-        EXPECT_EQ(calls()[2].text, "sales");
-        EXPECT_EQ(calls()[2].arguments[0], to_word(twin(srv)));
-        EXPECT_EQ(calls()[2].arguments[1], to_word(twin(err)));
-        EXPECT_EQ(calls()[2].arguments[3], 5U);
+        expect_calls(
+            {with_text(to_oracle("OCIServerAttach", srv, err, wide_link.c_str(), 10, 0), wide_link),
+             to_oracle("OCIErrorGet", err, 1, 0, any_word, any_word, 8192, OCI_HTYPE_ERROR),
+             with_text(to_dravik("OCIServerAttach", twin(srv), twin(err), any_word, 5, 0), "sales")});
         EXPECT_EQ(wrapper(srv)->last_exec, 2U);
         EXPECT_EQ(wrapper(err)->last_err, 0U);
     }
 
     /* A second attach stays with Dravik. */
-    forget_calls();
-    EXPECT_EQ(attach("sales"), OCI_SUCCESS);
-    EXPECT_THAT(called(), ElementsAre("Dravik.OCIServerAttach"));
+    EXPECT_EQ(attach(), OCI_SUCCESS);
+    expect_calls({to_dravik("OCIServerAttach")});
 }
 
 TEST_F(Attach, DravikReportsWhenBothRefuse)
@@ -201,10 +141,9 @@ TEST_F(Attach, DravikReportsWhenBothRefuse)
     for (const bool both : {true, false}) {
         wrapper(err)->last_err = 0;
         const trace_capture trace(OM_LOG_ERROR);
-        EXPECT_EQ(attach("sales"), OCI_SUCCESS_WITH_INFO) << both;
-        expect_records(trace.records(),
-                       {{OM_LOG_ERROR, "END FUNC - OCIServerAttach(): Fail to connect server both "
-                                       "oracle and dravik\n\treturn rc=1"}});
+        EXPECT_EQ(attach(), OCI_SUCCESS_WITH_INFO) << both;
+        expect_records(trace.records(), {failed("END FUNC - OCIServerAttach(): Fail to connect server both "
+                                                "oracle and dravik\n\treturn rc=1")});
         EXPECT_EQ(wrapper(srv)->last_exec, 2U);
         EXPECT_EQ(wrapper(err)->last_err, 2U);
     }
@@ -213,57 +152,30 @@ TEST_F(Attach, DravikReportsWhenBothRefuse)
 TEST_F(Attach, LocalConnectionHasAnEmptyLink)
 {
     oracle().next("OCIServerAttach", OCI_ERROR);
+    oracle().error_text = std::string(8192, 'e'); // without room for its terminating zero
     const trace_capture trace(OM_LOG_INFO);
     EXPECT_EQ(OCIServerAttach(srv, nullptr, nullptr, 0, OCI_DEFAULT), OCI_SUCCESS);
     ASSERT_EQ(calls().size(), 3U);
-    EXPECT_EQ(calls()[0].arguments[2], 0U);
-    EXPECT_EQ(calls()[2].arguments[1], 0U);
     EXPECT_NE(calls()[2].arguments[2], 0U);
-    EXPECT_EQ(calls()[2].arguments[3], 0U);
+    expect_calls({to_oracle("OCIServerAttach", srv, 0, 0, 0, 0), to_oracle("OCIErrorGet"),
+                  to_dravik("OCIServerAttach", twin(srv), 0, any_word, 0, 0)});
     EXPECT_THAT(trace.records().at(0).text,
                 testing::HasSubstr("\n\tdblink=NULL, c_sid=\n\tdblink_len=0, c_sid_len=0"));
 }
 
-TEST_F(Attach, LongOracleErrorTextIsKeptWhole)
-{
-    oracle().next("OCIServerAttach", OCI_ERROR);
-    oracle().error_text = std::string(8192, 'e');
-    EXPECT_EQ(attach("sales"), OCI_SUCCESS);
-}
-
 TEST_F(Attach, Stops)
 {
+    for (OCIServer *none : no_handles<OCIServer>())
+        expect_stop(
+            {[&] { OCIServerAttach(none, err, nullptr, 0, 0); }, "OCIServerAttach", "whdlp!=((void *)0)"});
     oracle().always("OCIServerAttach", OCI_ERROR);
-    const auto attach_with = [&](ub4 last_exec, void *dk_hndlp) {
-        return [=, this] {
-            wrapper(srv)->last_exec = last_exec;
-            wrapper(srv)->dk_hndlp = dk_hndlp;
-            attach("sales");
-        };
-    };
-    expect_stop({.name = "unknown server",
-                 .call = [&] { OCIServerAttach(reinterpret_cast<OCIServer *>(this), err, nullptr, 0, 0); },
-                 .function = "OCIServerAttach",
-                 .assertion = "whdlp!=((void *)0)"});
-    expect_stop({.name = "null server",
-                 .call = [&] { OCIServerAttach(nullptr, err, nullptr, 0, 0); },
-                 .function = "OCIServerAttach",
-                 .assertion = "whdlp!=((void *)0)"});
-    expect_stop({.name = "no backend",
-                 .call = attach_with(0, twin(srv)),
-                 .function = "OCIServerAttach",
-                 .assertion = "0",
-                 .reasons = {"There is no available svr handle"}});
-    expect_stop({.name = "Oracle alone, refused",
-                 .call = attach_with(1, nullptr),
-                 .function = "OCIServerAttach",
-                 .assertion = "0",
-                 .reasons = {"There is no available svr handle"}});
-    expect_stop({.name = "no Dravik twin",
-                 .call = attach_with(3, nullptr),
-                 .function = "OCIServerAttach",
-                 .assertion = "0",
-                 .reasons = {"Oracle server handle is not set"}});
+    for (const ub4 last_exec : {0U, 1U}) {
+        route(srv, last_exec);
+        expect_stop({[&] { attach(); }, "OCIServerAttach", "0", "There is no available svr handle"});
+    }
+    route(srv, 3);
+    wrapper(srv)->dk_hndlp = nullptr;
+    expect_stop({[&] { attach(); }, "OCIServerAttach", "0", "Oracle server handle is not set"});
 }
 
 class Errors : public ManagerTest
@@ -282,26 +194,31 @@ protected:
         return OCIErrorGet(handle, 1, sqlstate, &code, buffer, sizeof buffer, type);
     }
 
-    std::string text() const { return reinterpret_cast<const char *>(buffer); }
-
-    records_t expected_records(void *handle, ub4 type, const records_t &choice, int level, sword rc,
-                               const std::string &narrowed)
+    /* Asks, and expects this backend to answer with records that tell so. */
+    void expect_answer(int backend, void *handle, ub4 type, const records_t &choice,
+                       const std::string &narrowed)
     {
-        const records_t start{
-            {OM_LOG_TRACE, "OCIErrorGet"},
-            {OM_LOG_INFO,
-             format("OCIErrorGet(dvoid *hndlp, ub4 recordno, OraText *sqlstate, sb4 *errcodep, OraText "
-                    "*bufp, ub4 bufsize, ub4 type)\n\thndlp=%p\n\trecordno=1\n\tsqlstate=%p\n\terrcodep"
-                    "=%p\n\tbufp=%p\n\tbufsize=64\n\ttype=%u",
-                    handle, static_cast<void *>(sqlstate), static_cast<void *>(&code),
-                    static_cast<void *>(buffer), type)}};
-        const records_t end{
-            {level,
-             format(
-                 "END FUNC - OCIErrorGet()\n\treturn rc=%d\n\tsqlstate=%s\n\terrcodep=%d\n\tbufp=%s, c_sid=%s",
-                 rc, reinterpret_cast<const char *>(sqlstate), static_cast<int>(to_word(&code)),
-                 text().c_str(), narrowed.c_str())}};
-        return sequence(start, lookup_records(handle, OCI_HTYPE_ERROR), choice, end);
+        const trace_capture trace(OM_LOG_TRACE);
+        EXPECT_EQ(get(handle, type), OCI_SUCCESS);
+        void *asked = backend == recording::oracle ? handle : twin(handle);
+        expect_calls({{backend,
+                       "OCIErrorGet",
+                       {to_word(asked), 1, to_word(sqlstate), to_word(&code), to_word(buffer), 64, type},
+                       ""}});
+        const char *text = reinterpret_cast<const char *>(buffer);
+        EXPECT_STREQ(text, backend == recording::oracle ? "oracle says" : "dravik says");
+        EXPECT_EQ(code, backend == recording::oracle ? 942 : 1017);
+        expect_records(
+            trace.records(),
+            sequence(entered("OCIErrorGet"),
+                     argument_record(
+                         "OCIErrorGet(dvoid *hndlp, ub4 recordno, OraText *sqlstate, sb4 *errcodep, "
+                         "OraText *bufp, ub4 bufsize, ub4 type)",
+                         {to_word(handle), 1, to_word(sqlstate), to_word(&code), to_word(buffer), 64, type}),
+                     lookup_records(handle, OCI_HTYPE_ERROR), choice,
+                     info("END FUNC - OCIErrorGet()\n\treturn rc=0\n\tsqlstate=SQ001\n\terrcodep=%d\n\t"
+                          "bufp=%s, c_sid=%s",
+                          &code, text, narrowed.c_str())));
     }
 
     OraText sqlstate[6] = "";
@@ -311,74 +228,43 @@ protected:
 
 TEST_F(Errors, TheBackendThatReportedLastAnswers)
 {
-    for (const ub4 backend : {2U, 1U, 2U}) {
-        wrapper(err)->last_err = backend;
+    for (const int backend : {2, 1, 2, 1}) {
+        wrapper(err)->last_err = static_cast<ub4>(backend);
         for (int asked = 0; asked < 2; asked++) {
-            forget_calls();
-            EXPECT_EQ(get(err, OCI_HTYPE_ERROR), OCI_SUCCESS);
-            ASSERT_THAT(called(), ElementsAre(backend == 1 ? "Oracle.OCIErrorGet" : "Dravik.OCIErrorGet"));
-            EXPECT_EQ(calls()[0].arguments,
-                      (words{to_word(backend == 1 ? err : twin(err)), 1, to_word(sqlstate), to_word(&code),
-                             to_word(buffer), 64, OCI_HTYPE_ERROR}));
-            EXPECT_EQ(text(), backend == 1 ? "oracle says" : "dravik says");
-            EXPECT_EQ(code, backend == 1 ? 942 : 1017);
-            EXPECT_EQ(wrapper(err)->last_err, backend);
+            std::memset(buffer, 0, sizeof buffer);
+            std::memcpy(buffer + 20, "tail", 4); // what stands behind the text is narrowed with it
+            expect_answer(
+                backend, err, OCI_HTYPE_ERROR,
+                {info(backend == 1 ? "The last error is oracle(1)" : "The last error is dravik(2)")},
+                backend == 1 ? "oracle saystail" : "");
+            EXPECT_EQ(wrapper(err)->last_err, static_cast<ub4>(backend));
         }
     }
-}
-
-TEST_F(Errors, RecordsTellWhoAnswered)
-{
-    const trace_capture trace(OM_LOG_TRACE);
-    wrapper(err)->last_err = 1;
-    std::memset(buffer, 0, sizeof buffer);
-    std::memcpy(buffer + 20, "tail", 4);
-    get(err, OCI_HTYPE_ERROR);
-    expect_records(trace.records(), expected_records(err, 2, {{OM_LOG_INFO, "The last error is oracle(1)"}},
-                                                     OM_LOG_INFO, 0, "oracle saystail"));
-    trace.clear();
-    wrapper(err)->last_err = 2;
-    get(err, OCI_HTYPE_ERROR);
-    expect_records(trace.records(), expected_records(err, 2, {{OM_LOG_INFO, "The last error is dravik(2)"}},
-                                                     OM_LOG_INFO, 0, ""));
 }
 
 TEST_F(Errors, EndRecordsLevelFollowsTheCode)
 {
     wrapper(err)->last_err = 2;
-    for (const auto &[rc, level] : std::vector<std::pair<sword, int>>{{OCI_SUCCESS, OM_LOG_INFO},
-                                                                      {OCI_SUCCESS_WITH_INFO, OM_LOG_INFO},
-                                                                      {OCI_NO_DATA, OM_LOG_ERROR},
-                                                                      {OCI_ERROR, OM_LOG_ERROR},
-                                                                      {OCI_INVALID_HANDLE, OM_LOG_ERROR}}) {
+    for (const sword rc : {OCI_SUCCESS, OCI_SUCCESS_WITH_INFO, OCI_NO_DATA, OCI_ERROR, OCI_INVALID_HANDLE}) {
         const trace_capture trace(OM_LOG_INFO);
         dravik().next("OCIErrorGet", rc);
         EXPECT_EQ(get(err, OCI_HTYPE_ERROR), rc);
-        EXPECT_EQ(trace.records().back().level, level) << rc;
+        EXPECT_EQ(trace.records().back().level, rc == 0 || rc == 1 ? OM_LOG_INFO : OM_LOG_ERROR) << rc;
     }
 }
 
 TEST_F(Errors, AnEnvironmentFollowsItsRouting)
 {
-    const trace_capture trace(OM_LOG_TRACE);
-    EXPECT_EQ(get(env, OCI_HTYPE_ENV), OCI_SUCCESS);
-    expect_records(trace.records(),
-                   expected_records(env, 1, {oracle_runs, {OM_LOG_INFO, "The last error is oracle(0)"}},
-                                    OM_LOG_INFO, 0, "oracle says"));
-    trace.clear();
+    expect_answer(1, env, OCI_HTYPE_ENV, {oracle_runs, info("The last error is oracle(0)")}, "oracle says");
     route(env, 2);
-    EXPECT_EQ(get(env, OCI_HTYPE_ENV), OCI_SUCCESS);
-    expect_records(trace.records(),
-                   expected_records(env, 1, {dravik_runs, {OM_LOG_INFO, "The last error is dravik(0)"}},
-                                    OM_LOG_INFO, 0, ""));
+    expect_answer(2, env, OCI_HTYPE_ENV, {dravik_runs, info("The last error is dravik(0)")}, "");
 
     /* A report of Dravik comes behind the routing to Oracle, but for an environment only. */
     wrapper(env)->last_err = 2;
     route(env, 3);
-    forget_calls();
     get(env, OCI_HTYPE_ENV);
     get(env, OCI_HTYPE_ERROR);
-    EXPECT_THAT(called(), ElementsAre("Oracle.OCIErrorGet", "Dravik.OCIErrorGet"));
+    expect_calls({to_oracle("OCIErrorGet"), to_dravik("OCIErrorGet")});
 }
 
 TEST_F(Errors, NoRoomForTheTextIsNoFault)
@@ -387,22 +273,15 @@ TEST_F(Errors, NoRoomForTheTextIsNoFault)
     std::memcpy(buffer, "before", 7);
     const trace_capture trace(OM_LOG_INFO);
     EXPECT_EQ(OCIErrorGet(err, 1, sqlstate, &code, buffer, 0, OCI_HTYPE_ERROR), OCI_SUCCESS);
-    EXPECT_EQ(text(), "before");
+    EXPECT_STREQ(reinterpret_cast<const char *>(buffer), "before");
     EXPECT_THAT(trace.records().back().text, testing::EndsWith("bufp=before, c_sid="));
 }
 
 TEST_F(Errors, Stops)
 {
-    for (void *handle : {static_cast<void *>(nullptr), static_cast<void *>(this)})
-        expect_stop({.name = "unknown handle",
-                     .call = [&] { get(handle, OCI_HTYPE_ERROR); },
-                     .function = "OCIErrorGet",
-                     .assertion = "whndlp != ((void *)0)"});
-    expect_stop({.name = "nobody reported",
-                 .call = [&] { get(err, OCI_HTYPE_ERROR); },
-                 .function = "OCIErrorGet",
-                 .assertion = "0",
-                 .reasons = {"There is no erros, it's wrong."}});
+    for (void *none : no_handles<void>())
+        expect_stop({[&] { get(none, OCI_HTYPE_ERROR); }, "OCIErrorGet", "whndlp != ((void *)0)"});
+    expect_stop({[&] { get(err, OCI_HTYPE_ERROR); }, "OCIErrorGet", "0", "There is no erros, it's wrong."});
 }
 
 } // namespace

@@ -2,17 +2,20 @@
 #include "fixture.h"
 
 using namespace manager_tests;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using testing::EndsWith;
 
 namespace
 {
 
 constexpr ub4 modes = 70001;
 constexpr size_t extra_memory = 5000000002U;
-const record oracle_runs{OM_LOG_INFO, "[ORACLE] OCI API will be executed"};
 
 char context[8];
+
+record starting(const std::string &text)
+{
+    return {OM_LOG_INFO, text + any_tail};
+}
 
 /* Memory callbacks that differ from each other and are never called. */
 void *allocate_memory(void *, size_t)
@@ -50,28 +53,11 @@ protected:
 
     sword init() { return OCIEnvInit(&env, modes, extra_memory, &memory); }
 
-    words callbacks() const
-    {
-        return {to_word(&allocate_memory), to_word(&reallocate_memory), to_word(&free_memory)};
-    }
-
-    words arguments(const words &after_context) const
-    {
-        words all{to_word(&env), modes, to_word(&context[0])};
-        all.insert(all.end(), after_context.begin(), after_context.end());
-        all.push_back(extra_memory);
-        all.push_back(to_word(&memory));
-        return all;
-    }
+    bool marked(const void *environment) { return std::memcmp(environment, "QR.ST.UV", 8) == 0; }
 
     OCIEnv *env = nullptr;
     void *memory = nullptr;
 };
-
-bool marked(const void *environment)
-{
-    return std::memcmp(environment, "QR.ST.UV", 8) == 0;
-}
 
 TEST_F(Environment, CreateMakesATwin)
 {
@@ -79,78 +65,56 @@ TEST_F(Environment, CreateMakesATwin)
     EXPECT_EQ(create(), OCI_SUCCESS);
     EXPECT_TRUE(oracle().alive(env));
     const om_handle_t *w = wrapper(env);
-    ASSERT_NE(w, nullptr);
+    expect_new(w, OCI_HTYPE_ENV, 4, 3);
     EXPECT_TRUE(dravik().alive(w->dk_hndlp));
     EXPECT_TRUE(marked(w->dk_hndlp));
     EXPECT_FALSE(marked(env));
-    EXPECT_EQ(w->type, ub4{OCI_HTYPE_ENV});
-    EXPECT_EQ(w->state, 4U);
-    EXPECT_EQ(w->last_exec, 3U);
-    EXPECT_EQ(w->last_err, 0U);
     EXPECT_EQ(memory, dravik().user_memory);
-    ASSERT_THAT(called(), ElementsAre("Oracle.OCIEnvCreate", "Dravik.OCIEnvCreate"));
-    EXPECT_EQ(calls()[0].arguments, arguments(callbacks()));
-    words to_dravik = arguments({0, 0, 0});
-    to_dravik[0] = to_word(&w->dk_hndlp);
-    EXPECT_EQ(calls()[1].arguments, to_dravik);
-
+    expect_calls({to_oracle("OCIEnvCreate", &env, modes, context, allocate_memory, reallocate_memory,
+                            free_memory, extra_memory, &memory),
+                  to_dravik("OCIEnvCreate", &w->dk_hndlp, modes, context, 0, 0, 0, extra_memory, &memory)});
     const records_t records = trace.records();
     expect_records(
         records,
         sequence(
-            records_t{
-                {OM_LOG_TRACE, "OCIEnvCreate"},
-                {OM_LOG_INFO, std::string("OCIEnvCreate(OCIEnv **envp, ub4 mode, dvoid *ctxp, ") + any_tail},
-                {OM_LOG_TRACE, "func_table_init_once"},
-                {OM_LOG_DEBUG, format("CONTINUE FUNC - OCIEnvCreate()\n\treturn ora_rc=0\n\t*ora_envp=%p\n\t"
-                                      "*ora_usrmempp=%p",
-                                      static_cast<void *>(env), static_cast<void *>(oracle().user_memory))}},
+            entered("OCIEnvCreate"), starting("OCIEnvCreate(OCIEnv **envp, ub4 mode, dvoid *ctxp, "),
+            entered("func_table_init_once"),
+            debug("CONTINUE FUNC - OCIEnvCreate()\n\treturn ora_rc=0\n\t*ora_envp=%p\n\t*ora_usrmempp=%p",
+                  env, oracle().user_memory),
             insertion_records(env, OCI_HTYPE_ENV),
-            records_t{
-                {OM_LOG_INFO, format("END FUNC - OCIEnvCreate()\n\treturn ora_rc=0\n\treturn dk_rc=0\n\t"
-                                     "*envp=%p\n\t*usrmempp=%p",
-                                     static_cast<void *>(env), memory)}}));
-    EXPECT_THAT(records.at(1).text,
-                testing::EndsWith(
-                    format("\n\tenvp=%p\n\tmode=70001\n\tctxp=%p\n\tmalocfp=%p\n\tralocfp=%p\n\tmfreefp=%p"
-                           "\n\txtramem_sz=5000000002\n\tusrmempp=%p",
-                           static_cast<void *>(&env), static_cast<void *>(context),
-                           from_word<void *>(callbacks()[0]), from_word<void *>(callbacks()[1]),
-                           from_word<void *>(callbacks()[2]), static_cast<void *>(&memory))));
+            info("END FUNC - OCIEnvCreate()\n\treturn ora_rc=0\n\treturn dk_rc=0\n\t*envp=%p\n\t*usrmempp=%p",
+                 env, memory)));
+    EXPECT_THAT(
+        records.at(1).text,
+        EndsWith(print("\n\tenvp=%p\n\tmode=70001\n\tctxp=%p\n\tmalocfp=%p\n\tralocfp=%p\n\tmfreefp=%p"
+                       "\n\txtramem_sz=5000000002\n\tusrmempp=%p",
+                       &env, context, allocate_memory, reallocate_memory, free_memory, &memory)));
 }
 
 TEST_F(Environment, CreateWithoutDravik)
 {
     for (const bool handle_made : {false, true}) {
-        void *twin = dravik().create(OCI_HTYPE_ENV);
-        dravik().next("OCIEnvCreate", OCI_SUCCESS_WITH_INFO, [&](const words &a) {
-            if (handle_made)
-                target<void *>(a[0]) = twin;
-        });
+        void *twin = dravik().create();
+        dravik().next("OCIEnvCreate", OCI_SUCCESS_WITH_INFO, returning(handle_made ? twin : nullptr, 0));
         const trace_capture trace(OM_LOG_INFO);
         EXPECT_EQ(create(), OCI_SUCCESS);
         EXPECT_EQ(wrapper(env)->last_exec, 1U);
         EXPECT_EQ(marked(twin), handle_made);
-        const records_t records = trace.records();
-        ASSERT_EQ(records.size(), 4U);
-        expect_records(
-            {records.begin() + 1, records.end()},
-            {oracle_runs,
-             insertion_records(env, OCI_HTYPE_ENV)[0],
-             {OM_LOG_ERROR, format("END FUNC - OCIEnvCreate()\n\treturn ora_rc=0\n\treturn dk_rc=1\n\t"
-                                   "*envp=%p\n\t*usrmempp=%p",
-                                   static_cast<void *>(env), memory)}});
+        EXPECT_EQ(trace.records().size(), 4U);
+        expect_last(trace,
+                    {oracle_runs, insertion_records(env, OCI_HTYPE_ENV)[0],
+                     failed("END FUNC - OCIEnvCreate()\n\treturn ora_rc=0\n\treturn dk_rc=1\n\t*envp=%p\n\t"
+                            "*usrmempp=%p",
+                            env, memory)});
     }
 }
 
 TEST_F(Environment, CreateWithoutOracle)
 {
-    for (void *left : {static_cast<void *>(nullptr), static_cast<void *>(context)}) {
+    for (void *left : no_handles<void>()) {
         for (const sword rc : {OCI_ERROR, OCI_SUCCESS_WITH_INFO}) {
-            const auto leave = [&](const words &a) { target<void *>(a[0]) = left; };
-            oracle().always("OCIEnvCreate", rc, leave);
-            oracle().always("OCIEnvNlsCreate", rc, leave);
-            oracle().always("OCIEnvInit", rc, leave);
+            for (const char *function : {"OCIEnvCreate", "OCIEnvNlsCreate", "OCIEnvInit"})
+                oracle().always(function, rc, returning(left, 0));
             const trace_capture trace(OM_LOG_ERROR);
             EXPECT_EQ(create(), rc);
             EXPECT_EQ(env, left);
@@ -158,119 +122,92 @@ TEST_F(Environment, CreateWithoutOracle)
             EXPECT_EQ(env, left);
             EXPECT_EQ(init(), rc);
             EXPECT_EQ(hdl_list_tbl->hash_count, 0U);
+            expect_calls({to_oracle("OCIEnvCreate"), to_oracle("OCIEnvNlsCreate"), to_oracle("OCIEnvInit")});
             expect_records(
                 trace.records(),
-                {{OM_LOG_ERROR, format("END FUNC - OCIEnvCreate()\n\treturn ora_rc=%d\n\t*envp=%p\n\t"
-                                       "*usrmempp=%p",
-                                       rc, left, memory)},
-                 {OM_LOG_ERROR, format("END FUNC - OCIEnvInit()\n\treturn rc=%d", rc)}});
+                {failed("END FUNC - OCIEnvCreate()\n\treturn ora_rc=%d\n\t*envp=%p\n\t*usrmempp=%p", rc, left,
+                        memory),
+                 failed("END FUNC - OCIEnvInit()\n\treturn rc=%d", rc)});
         }
     }
-    EXPECT_THAT(called(), testing::Not(testing::Contains(testing::StartsWith("Dravik."))));
-}
-
-TEST_F(Environment, NullUserMemory)
-{
-    const trace_capture trace(OM_LOG_INFO);
-    EXPECT_EQ(OCIEnvCreate(&env, OCI_DEFAULT, nullptr, nullptr, nullptr, nullptr, 0, nullptr), OCI_SUCCESS);
-    EXPECT_THAT(trace.records().back().text, testing::EndsWith("*usrmempp=(nil)"));
 }
 
 TEST_F(Environment, NlsCreate)
 {
-    const trace_capture trace(OM_LOG_INFO);
-    EXPECT_EQ(create_nls(), OCI_SUCCESS);
-    const om_handle_t *w = wrapper(env);
-    EXPECT_EQ(w->last_exec, 3U);
-    EXPECT_FALSE(marked(w->dk_hndlp));
-    ASSERT_THAT(called(), ElementsAre("Oracle.OCIEnvNlsCreate", "Dravik.OCIEnvNlsCreate"));
-    words expected = arguments(callbacks());
-    expected.insert(expected.end(), {2001, 2002});
-    EXPECT_EQ(calls()[0].arguments, expected);
-    expected[0] = to_word(&w->dk_hndlp);
-    EXPECT_EQ(calls()[1].arguments, expected);
-    const records_t records = trace.records();
-    expect_records(
-        records,
-        {{OM_LOG_INFO, std::string("OCIEnvNlsCreate(OCIEnv **envp, ub4 mode, dvoid *ctxp, ") + any_tail},
-         insertion_records(env, OCI_HTYPE_ENV)[0]});
-    EXPECT_THAT(records.at(0).text, testing::EndsWith("\n\tcharset=2001\n\tncharset=2002"));
-}
-
-TEST_F(Environment, NlsCreateReportsDraviksFailure)
-{
-    dravik().next("OCIEnvNlsCreate", OCI_SUCCESS_WITH_INFO);
-    const trace_capture trace(OM_LOG_INFO);
-    EXPECT_EQ(create_nls(), OCI_SUCCESS_WITH_INFO);
-    EXPECT_EQ(wrapper(env)->last_exec, 1U);
-    records_t records = trace.records();
-    ASSERT_EQ(records.size(), 3U);
-    expect_records({records.begin() + 1, records.end()},
-                   {oracle_runs, insertion_records(env, OCI_HTYPE_ENV)[0]});
+    for (const sword dravik_result : {OCI_SUCCESS, OCI_SUCCESS_WITH_INFO}) {
+        dravik().next("OCIEnvNlsCreate", dravik_result, returning(dravik().create(), 0));
+        const trace_capture trace(OM_LOG_INFO);
+        EXPECT_EQ(create_nls(), dravik_result);
+        const om_handle_t *w = wrapper(env);
+        EXPECT_EQ(w->last_exec, dravik_result == OCI_SUCCESS ? 3U : 1U);
+        EXPECT_FALSE(marked(w->dk_hndlp));
+        const auto expected = [&](int backend, const void *variable) {
+            return recording::call{backend,
+                                   "OCIEnvNlsCreate",
+                                   {to_word(variable), modes, to_word(&context[0]), to_word(&allocate_memory),
+                                    to_word(&reallocate_memory), to_word(&free_memory), extra_memory,
+                                    to_word(&memory), 2001, 2002},
+                                   ""};
+        };
+        expect_calls({expected(recording::oracle, &env), expected(recording::dravik, &w->dk_hndlp)});
+        const records_t records = trace.records();
+        records_t expected_records{starting("OCIEnvNlsCreate(OCIEnv **envp, ub4 mode, dvoid *ctxp, ")};
+        if (dravik_result != OCI_SUCCESS)
+            expected_records.push_back(oracle_runs);
+        expected_records.push_back(insertion_records(env, OCI_HTYPE_ENV)[0]);
+        expect_records(records, expected_records);
+        EXPECT_THAT(records.at(0).text, EndsWith("\n\tcharset=2001\n\tncharset=2002"));
+    }
 }
 
 TEST_F(Environment, Init)
 {
     for (const sword dravik_result : {OCI_SUCCESS, OCI_ERROR}) {
-        dravik().next("OCIEnvInit", dravik_result,
-                      [](const words &a) { target<void *>(a[0]) = dravik().create(1); });
-        forget_calls();
+        dravik().next("OCIEnvInit", dravik_result, returning(dravik().create(), 0));
         const trace_capture trace(OM_LOG_INFO);
         EXPECT_EQ(init(), dravik_result);
         const om_handle_t *w = wrapper(env);
         EXPECT_EQ(w->last_exec, dravik_result == OCI_SUCCESS ? 3U : 1U);
         EXPECT_EQ(marked(w->dk_hndlp), dravik_result == OCI_SUCCESS);
-        ASSERT_THAT(called(), ElementsAre("Oracle.OCIEnvInit", "Dravik.OCIEnvInit"));
-        EXPECT_EQ(calls()[0].arguments, (words{to_word(&env), modes, extra_memory, to_word(&memory)}));
-        EXPECT_EQ(calls()[1].arguments,
-                  (words{to_word(&w->dk_hndlp), modes, extra_memory, to_word(&memory)}));
-        records_t expected{
-            {OM_LOG_INFO, format("OCIEnvInit(OCIEnv **envp, ub4 mode, size_t xtramem_sz, dvoid **usrmempp)"
-                                 "\n\tenvp=%p\n\tmode=70001\n\txtramem_sz=5000000002\n\tusrmempp=%p",
-                                 static_cast<void *>(&env), static_cast<void *>(&memory))}};
+        expect_calls({to_oracle("OCIEnvInit", &env, modes, extra_memory, &memory),
+                      to_dravik("OCIEnvInit", &w->dk_hndlp, modes, extra_memory, &memory)});
+        records_t expected{argument_record(
+            "OCIEnvInit(OCIEnv **envp, ub4 mode, size_t xtramem_sz, dvoid **usrmempp)",
+            {to_word(&env), modes, extra_memory, to_word(&memory)}, {{"xtramem_sz", "=%ld"}})};
         if (dravik_result != OCI_SUCCESS)
             expected.push_back(oracle_runs);
         expected.push_back(insertion_records(env, OCI_HTYPE_ENV)[0]);
-        expected.push_back({OM_LOG_INFO, format("END FUNC - OCIEnvInit()\n\treturn rc=%d\n\t*envp=%p",
-                                                dravik_result, static_cast<void *>(env))});
+        expected.push_back(info("END FUNC - OCIEnvInit()\n\treturn rc=%d\n\t*envp=%p", dravik_result, env));
         expect_records(trace.records(), expected);
     }
 }
 
 TEST_F(Environment, Initialize)
 {
-    struct outcome {
-        sword oracle_result;
-        sword dravik_result;
-        sword result;
-        record end;
+    const std::string end = "END FUNC - OCIInitialize()";
+    const std::vector<std::tuple<sword, sword, record>> outcomes{
+        {OCI_SUCCESS, OCI_SUCCESS, info(end + "\n\treturn rc=0")},
+        {OCI_SUCCESS_WITH_INFO, OCI_SUCCESS, failed(end + ": ORACLE\n\treturn rc=1")},
+        {OCI_SUCCESS, OCI_ERROR, failed(end + ": DRAVIK\n\treturn rc=-1")},
     };
-    const std::vector<outcome> outcomes{
-        {OCI_SUCCESS, OCI_SUCCESS, OCI_SUCCESS, {OM_LOG_INFO, "END FUNC - OCIInitialize()\n\treturn rc=0"}},
-        {OCI_SUCCESS_WITH_INFO,
-         OCI_SUCCESS,
-         1,
-         {OM_LOG_ERROR, "END FUNC - OCIInitialize(): ORACLE\n\treturn rc=1"}},
-        {OCI_SUCCESS, OCI_ERROR, -1, {OM_LOG_ERROR, "END FUNC - OCIInitialize(): DRAVIK\n\treturn rc=-1"}},
-    };
-    const words all{modes, to_word(&context[0]), callbacks()[0], callbacks()[1], callbacks()[2]};
-    for (const outcome &o : outcomes) {
-        oracle().next("OCIInitialize", o.oracle_result);
-        dravik().always("OCIInitialize", o.dravik_result);
-        forget_calls();
+    const words all{modes, to_word(&context[0]), to_word(&allocate_memory), to_word(&reallocate_memory),
+                    to_word(&free_memory)};
+    for (const auto &[oracle_result, dravik_result, last] : outcomes) {
+        oracle().next("OCIInitialize", oracle_result);
+        dravik().always("OCIInitialize", dravik_result);
         const trace_capture trace(OM_LOG_INFO);
-        EXPECT_EQ(OCIInitialize(modes, context, allocate_memory, reallocate_memory, free_memory), o.result);
-        EXPECT_EQ(calls().size(), o.oracle_result == OCI_SUCCESS ? 2U : 1U);
-        for (const recording::call &c : calls())
-            EXPECT_EQ(c.arguments, all);
+        EXPECT_EQ(OCIInitialize(modes, context, allocate_memory, reallocate_memory, free_memory),
+                  oracle_result != OCI_SUCCESS ? oracle_result : dravik_result);
+        std::vector<recording::call> expected{{recording::oracle, "OCIInitialize", all, ""}};
+        if (oracle_result == OCI_SUCCESS)
+            expected.push_back({recording::dravik, "OCIInitialize", all, ""});
+        expect_calls(expected);
         const records_t records = trace.records();
         ASSERT_EQ(records.size(), 2U);
-        EXPECT_EQ(records[0].text,
-                  format("%s\n\tmode=70001\n\tctxp=%p\n\tmalocfp=%p\n\tralocfp=%p\n\tmfreefp=%p",
-                         records[0].text.substr(0, records[0].text.find('\n')).c_str(),
-                         static_cast<void *>(context), from_word<void *>(all[2]), from_word<void *>(all[3]),
-                         from_word<void *>(all[4])));
-        expect_records({records[1]}, {o.end});
+        EXPECT_THAT(
+            records[0].text,
+            EndsWith(print_words("\n\tmode=%d\n\tctxp=%p\n\tmalocfp=%p\n\tralocfp=%p\n\tmfreefp=%p", all)));
+        expect_last(trace, {last});
     }
     EXPECT_EQ(hdl_list_tbl->hash_count, 0U);
 }
@@ -278,45 +215,34 @@ TEST_F(Environment, Initialize)
 TEST_F(Environment, ClientVersionIsOracles)
 {
     hdl_list_tbl = nullptr;
-    sword version[5] = {};
+    sword v[5] = {};
     const trace_capture trace(OM_LOG_TRACE);
-    OCIClientVersion(&version[0], &version[1], &version[2], &version[3], &version[4]);
-    ASSERT_THAT(called(), ElementsAre("Oracle.OCIClientVersion"));
-    for (std::size_t i = 0; i < 5; i++)
-        EXPECT_EQ(calls()[0].arguments[i], to_word(&version[i]));
+    OCIClientVersion(&v[0], &v[1], &v[2], &v[3], &v[4]);
+    expect_calls({to_oracle("OCIClientVersion", &v[0], &v[1], &v[2], &v[3], &v[4])});
     EXPECT_NE(hdl_list_tbl, nullptr);
-    const records_t records = trace.records();
-    ASSERT_EQ(records.size(), 3U);
-    expect_records(records, {{OM_LOG_TRACE, "OCIClientVersion"},
-                             {OM_LOG_INFO, std::string("OCIClientVersion(sword *major_version, ") + any_tail},
-                             {OM_LOG_TRACE, "func_table_init_once"}});
+    expect_records(trace.records(),
+                   {entered("OCIClientVersion"), starting("OCIClientVersion(sword *major_version, "),
+                    entered("func_table_init_once")});
 }
 
 TEST_F(Environment, SharedLibInit)
 {
-    char meta[8];
-    char library[8];
-    char argument_values[8];
+    char memories[3][8];
+    auto **argv = from_word<void **>(to_word(&memories[2][0]));
     const auto callback = from_word<OCIEnvCallbackType>(to_word(&context[4]));
     oracle().next("OCISharedLibInit", OCI_SUCCESS_WITH_INFO);
     hdl_list_tbl = nullptr;
     const trace_capture trace(OM_LOG_TRACE);
-    auto **argv = from_word<void **>(to_word(&argument_values[0]));
-    EXPECT_EQ(OCISharedLibInit(meta, library, 3, 4, argv, callback), OCI_SUCCESS_WITH_INFO);
+    EXPECT_EQ(OCISharedLibInit(memories[0], memories[1], 3, 4, argv, callback), OCI_SUCCESS_WITH_INFO);
     EXPECT_EQ(hdl_list_tbl, nullptr);
-    ASSERT_THAT(called(), ElementsAre("Oracle.OCISharedLibInit"));
-    EXPECT_EQ(calls()[0].arguments, (words{to_word(&meta[0]), to_word(&library[0]), 3, 4,
-                                           to_word(&argument_values[0]), to_word(callback)}));
+    expect_calls({to_oracle("OCISharedLibInit", memories[0], memories[1], 3, 4, argv, callback)});
     const std::string values =
-        format("\n\tmetaCtx=%p\n\tlibCtx=%p\n\targfmt=3\n\targc=4\n\targv=%p\n\tenvCallback=%p",
-               static_cast<void *>(meta), static_cast<void *>(library), static_cast<void *>(argument_values),
-               static_cast<void *>(&context[4]));
+        print("\n\tmetaCtx=%p\n\tlibCtx=%p\n\targfmt=3\n\targc=4\n\targv=%p\n\tenvCallback=%p", memories[0],
+              memories[1], argv, callback);
     const records_t records = trace.records();
-    ASSERT_EQ(records.size(), 3U);
-    expect_records(records, {{OM_LOG_TRACE, "OCISharedLibInit"},
-                             {OM_LOG_INFO, std::string("OCISharedLibInit(") + any_tail},
-                             {OM_LOG_INFO, "END FUNC - OCISharedLibInit()\n\treturn rc=1" + values}});
-    EXPECT_THAT(records[1].text, testing::EndsWith(values));
+    expect_records(records, {entered("OCISharedLibInit"), starting("OCISharedLibInit("),
+                             info("END FUNC - OCISharedLibInit()\n\treturn rc=1" + values)});
+    EXPECT_THAT(records.at(1).text, EndsWith(values));
 }
 
 TEST_F(Environment, TeardownKeepsEverything)
@@ -324,7 +250,7 @@ TEST_F(Environment, TeardownKeepsEverything)
     EXPECT_EQ(create(), OCI_SUCCESS);
     forget_calls();
     deinit_oci_manager();
-    EXPECT_THAT(called(), IsEmpty());
+    expect_calls({});
     EXPECT_NE(wrapper(env), nullptr);
     EXPECT_EQ(OCIHandleFree(env, OCI_HTYPE_ENV), OCI_SUCCESS);
 }

@@ -1,9 +1,7 @@
 #include "fixture.h"
 
-#include <array>
-#include <cstdarg>
+#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -64,19 +62,10 @@ std::vector<recording::call> &calls()
     return shared_journal.calls;
 }
 
-void forget_calls()
+namespace
 {
-    shared_journal.calls.clear();
-}
 
-std::vector<std::string> called()
-{
-    std::vector<std::string> names;
-    for (const auto &c : calls())
-        names.push_back((c.from == recording::oracle ? "Oracle." : "Dravik.") + c.function);
-    return names;
-}
-
+/* A call in full, with its arguments in hexadecimal and its text. */
 std::string show(const recording::call &c)
 {
     std::ostringstream out;
@@ -85,6 +74,30 @@ std::string show(const recording::call &c)
         out << (i == 0 ? "(0x" : ", 0x") << c.arguments[i];
     out << ") \"" << c.text << '"';
     return out.str();
+}
+
+} // namespace
+
+void expect_calls(const std::vector<recording::call> &expected)
+{
+    std::vector<std::string> actual_calls;
+    std::vector<std::string> expected_calls;
+    for (std::size_t i = 0; i < calls().size(); i++) {
+        recording::call actual = calls()[i];
+        if (i < expected.size()) {
+            const words &wanted = expected[i].arguments;
+            if (wanted.empty())
+                actual = {actual.from, actual.function, {}, {}};
+            for (std::size_t a = 0; a < std::min(wanted.size(), actual.arguments.size()); a++)
+                if (wanted[a] == any_word)
+                    actual.arguments[a] = any_word;
+        }
+        actual_calls.push_back(show(actual));
+    }
+    for (const recording::call &c : expected)
+        expected_calls.push_back(show(c));
+    EXPECT_EQ(actual_calls, expected_calls);
+    forget_calls();
 }
 
 /* ---- wrappers ---- */
@@ -114,6 +127,21 @@ std::vector<om_handle_t *> children(const om_handle_t *owner)
     return all;
 }
 
+void expect_new(const om_handle_t *w, ub4 type, ub4 state, ub4 last_exec, const void *parent)
+{
+    ASSERT_NE(w, nullptr);
+    EXPECT_EQ(w->type, type);
+    EXPECT_EQ(w->state, state);
+    EXPECT_EQ(w->last_exec, last_exec);
+    EXPECT_EQ(w->last_err, 0U);
+    EXPECT_EQ(w->dk_hndlp != nullptr, (last_exec & 2) != 0);
+    EXPECT_EQ(w->parenthp, parent);
+    const auto &family = w->childhp.child_grp;
+    EXPECT_TRUE(family.first == nullptr && family.second == nullptr && family.third == nullptr);
+    EXPECT_TRUE(w->param_link.next == &w->param_link && w->param_link.prev == &w->param_link);
+    EXPECT_EQ(w->sub_link_count + w->param_link_count + w->ref_count, 0U);
+}
+
 /* ---- environment and trace ---- */
 
 scoped_variable::scoped_variable(const char *variable_name, const std::optional<std::string> &value)
@@ -124,11 +152,6 @@ scoped_variable::scoped_variable(const char *variable_name, const std::optional<
     set(value);
 }
 
-scoped_variable::~scoped_variable()
-{
-    set(before);
-}
-
 void scoped_variable::set(const std::optional<std::string> &value) const
 {
     if (value)
@@ -137,13 +160,13 @@ void scoped_variable::set(const std::optional<std::string> &value) const
         unsetenv(name);
 }
 
-temporary_directory::temporary_directory()
+temporary_directory::temporary_directory(const char *borrowed) : owned(borrowed == nullptr)
 {
     std::string name = std::filesystem::temp_directory_path() / "dkom_test_XXXXXX";
-    if (mkdtemp(name.data()) == nullptr)
+    if (owned && mkdtemp(name.data()) == nullptr)
         throw std::filesystem::filesystem_error("mkdtemp", name,
                                                 std::error_code(errno, std::generic_category()));
-    path = name;
+    path = owned ? name : borrowed;
 }
 
 temporary_directory::~temporary_directory()
@@ -171,10 +194,7 @@ constexpr const char *inherited_directory = "DKOM_TEST_TRACE_DIRECTORY";
 } // namespace
 
 trace_capture::trace_capture(int level)
-    : directory(std::getenv(inherited_directory) != nullptr
-                    ? temporary_directory(std::getenv(inherited_directory))
-                    : temporary_directory()),
-      path_variable("DKOM_LOG_PATH", directory.path.string()),
+    : directory(std::getenv(inherited_directory)), path_variable("DKOM_LOG_PATH", directory.path.string()),
       level_variable("DKOM_LOG_LEVEL", std::to_string(level))
 {
     forget_trace_state();
@@ -195,9 +215,9 @@ void trace_capture::clear() const
         std::filesystem::remove(entry.path());
 }
 
-std::vector<record> trace_capture::records() const
+records_t trace_capture::records() const
 {
-    std::vector<record> all = parse_records(contents());
+    records_t all = parse_records(contents());
     std::erase_if(all, [](const record &r) { return r.level == OM_LOG_LIST; });
     return all;
 }
@@ -247,10 +267,10 @@ record parse_record(const std::string &text)
 
 } // namespace
 
-std::vector<record> parse_records(const std::string &contents)
+records_t parse_records(const std::string &contents)
 {
     static const std::regex time(R"((^|\n)\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d:(0|[1-9]\d{0,5})\] )");
-    std::vector<record> all;
+    records_t all;
     std::size_t start = std::string::npos;
     for (std::sregex_iterator i(contents.begin(), contents.end(), time), end; i != end; ++i) {
         const auto position =
@@ -268,7 +288,7 @@ std::vector<record> parse_records(const std::string &contents)
     return all;
 }
 
-void expect_records(const std::vector<record> &actual, const std::vector<record> &expected)
+void expect_records(const records_t &actual, const records_t &expected)
 {
     for (std::size_t i = 0; i < std::max(actual.size(), expected.size()); i++) {
         if (i >= actual.size() || i >= expected.size()) {
@@ -290,59 +310,142 @@ void expect_records(const std::vector<record> &actual, const std::vector<record>
     }
 }
 
-std::string format(const char *text, ...)
+void expect_last(const trace_capture &trace, const records_t &expected)
 {
-    std::array<char, 8192> buffer{};
-    va_list arguments;
-    va_start(arguments, text);
-    vsnprintf(buffer.data(), buffer.size(), text, arguments);
-    va_end(arguments);
-    return buffer.data();
+    records_t last = trace.records();
+    if (last.size() > expected.size())
+        last.erase(last.begin(), last.end() - static_cast<std::ptrdiff_t>(expected.size()));
+    expect_records(last, expected);
 }
 
-std::vector<record> lookup_records(const void *key, int type, int entry_type, bool is_remove)
+std::string print_words(const std::string &text, const words &values)
 {
-    std::vector<record> all{
-        {OM_LOG_DEBUG, format("get_hash_table_entry:tblp[%p] key[%p] type[%d] is_remove[%d] entry_type[%d]",
-                              static_cast<void *>(hdl_list_tbl), key, type, is_remove, entry_type)}};
+    std::ostringstream out;
+    std::size_t used = 0;
+    for (std::size_t i = 0; i < text.size(); i++) {
+        if (text[i] != '%') {
+            out << text[i];
+            continue;
+        }
+        const word value = values.at(used++);
+        switch (text.at(++i)) {
+        case 'p':
+            out << (value != 0 ? "0x" : "(nil)");
+            if (value != 0)
+                out << std::hex << value << std::dec;
+            break;
+        case 'd':
+            out << static_cast<int>(value);
+            break;
+        case 'u':
+            out << static_cast<unsigned>(value);
+            break;
+        case 's':
+            out << from_word<const char *>(value);
+            break;
+        default: // long
+            out << static_cast<long>(value);
+            i++;
+        }
+    }
+    return out.str();
+}
+
+record argument_record(const std::string &prototype, words values, const exceptions &printed_as)
+{
+    static const std::regex parameter(R"((\w[^,()]*?)(\w+) *[,)])");
+    std::string text = prototype;
+    std::ptrdiff_t used = 0;
+    for (std::sregex_iterator i(prototype.begin(), prototype.end(), parameter), end; i != end; ++i) {
+        const std::string type = (*i)[1];
+        const std::string name = (*i)[2];
+        const bool address = type.ends_with('*') || type.starts_with("OCICallback");
+        const auto exception = printed_as.find(name);
+        const std::string shown = exception != printed_as.end() ? exception->second : address ? "=%p" : "=%d";
+        if (shown.empty())
+            values.erase(values.begin() + used);
+        else
+            text += "\n\t" + name + shown;
+        used += std::count(shown.begin(), shown.end(), '%');
+    }
+    return {OM_LOG_INFO, print_words(text, values)};
+}
+
+records_t lookup_records(const void *key, int type, int entry_type, bool is_remove)
+{
+    records_t all{debug("get_hash_table_entry:tblp[%p] key[%p] type[%d] is_remove[%d] entry_type[%d]",
+                        hdl_list_tbl, key, type, is_remove, entry_type)};
     if (key == nullptr)
         return all;
     const bool found = wrapper(key) != nullptr;
     all.push_back({found ? OM_LOG_INFO : OM_LOG_ERROR,
-                   format("%s_hash_table_entry: %s - entry_type=%d, hash_table[0], key=%p",
-                          is_remove ? "del" : "get", found ? "FOUND" : "NOT FOUND", entry_type, key)});
-    all.push_back({OM_LOG_DEBUG, format("print_hash_table: hash count=%u",
-                                        hdl_list_tbl->hash_count - (is_remove && found ? 1 : 0))});
+                   print("%s_hash_table_entry: %s - entry_type=%d, hash_table[0], key=%p",
+                         is_remove ? "del" : "get", found ? "FOUND" : "NOT FOUND", entry_type, key)});
+    all.push_back(
+        debug("print_hash_table: hash count=%u", hdl_list_tbl->hash_count - (is_remove && found ? 1 : 0)));
     return all;
 }
 
-std::vector<record> insertion_records(const void *key, int type, int entry_type)
+records_t insertion_records(const void *key, ub4 type, int entry_type)
 {
-    return {{OM_LOG_INFO, format("put_hash_table_entry: entry_type=%d, hash_table[0], key=%p, type=%d",
-                                 entry_type, key, type)},
-            {OM_LOG_DEBUG, format("print_hash_table: hash count=%u", hdl_list_tbl->hash_count)}};
+    return {
+        info("put_hash_table_entry: entry_type=%d, hash_table[0], key=%p, type=%d", entry_type, key, type),
+        debug("print_hash_table: hash count=%u", hdl_list_tbl->hash_count)};
+}
+
+record deletion_record(const void *key, const om_handle_t *w)
+{
+    return info("delete hash table entry => key=%p, wrapper=%p, state=%u type=%u", key, w, w->state, w->type);
 }
 
 /* ---- stops ---- */
 
-void expect_stop(const stop &expected, bool in_new_process)
+void expect_stop(const stop &expected, const char *file, int line)
 {
-    SCOPED_TRACE(expected.name);
+    const testing::ScopedTrace site(file, line, expected.function);
     const trace_capture trace(expected.level);
     const scoped_variable inherited(inherited_directory, trace.directory.path.string());
+    records_t records = expected.before;
+    int assertion_line = expected.line;
+    if (!expected.reason.empty()) {
+        records.push_back({OM_LOG_ASSERT, expected.reason, expected.line});
+        assertion_line = expected.line != 0 ? expected.line + 1 : 0;
+    }
+    records.push_back({OM_LOG_ASSERT, "There is a problem. exit now!", assertion_line});
     const std::string source = "oci_manager/oci_manager/[a-z_]+\\.(cpp|h):" +
-                               (expected.line != 0 ? std::to_string(expected.line) : "[0-9]+") + ": ";
-    GTEST_FLAG_SET(death_test_style, in_new_process ? "threadsafe" : "fast");
+                               (assertion_line != 0 ? std::to_string(assertion_line) : "[0-9]+") + ": ";
+    GTEST_FLAG_SET(death_test_style, expected.in_new_process ? "threadsafe" : "fast");
     EXPECT_EXIT(expected.call(), testing::KilledBySignal(SIGABRT),
                 testing::AllOf(testing::ContainsRegex(source),
                                testing::HasSubstr(": " + expected.function + ": Assertion `" +
                                                   expected.assertion + "' failed.")));
     GTEST_FLAG_SET(death_test_style, "fast");
-    records_t records = expected.before;
-    for (const std::string &reason : expected.reasons)
-        records.push_back({OM_LOG_ASSERT, reason, expected.reason_line});
-    records.push_back({OM_LOG_ASSERT, "There is a problem. exit now!", expected.line});
     expect_records(trace.records(), records);
+}
+
+/* ---- calls with arguments that do not matter ---- */
+
+sword create_environment(OCIEnv **env)
+{
+    return OCIEnvCreate(env, OCI_DEFAULT, nullptr, nullptr, nullptr, nullptr, 0, nullptr);
+}
+
+sword bind_by_position(OCIStmt *stmt, void **variable, OCIError *err)
+{
+    return OCIBindByPos(stmt, reinterpret_cast<OCIBind **>(variable), err, 1, nullptr, 0, SQLT_INT, nullptr,
+                        nullptr, nullptr, 0, nullptr, OCI_DEFAULT);
+}
+
+sword bind_by_name(OCIStmt *stmt, void **variable, OCIError *err)
+{
+    return OCIBindByName(stmt, reinterpret_cast<OCIBind **>(variable), err, text_of(":a"), 2, nullptr, 0,
+                         SQLT_INT, nullptr, nullptr, nullptr, 0, nullptr, OCI_DEFAULT);
+}
+
+sword define_by_position(OCIStmt *stmt, void **variable, OCIError *err)
+{
+    return OCIDefineByPos(stmt, reinterpret_cast<OCIDefine **>(variable), err, 1, nullptr, 0, SQLT_INT,
+                          nullptr, nullptr, nullptr, OCI_DEFAULT);
 }
 
 /* ---- fixtures ---- */
@@ -352,21 +455,13 @@ EmptyTest::EmptyTest()
     oracle().reset();
     dravik().reset();
     forget_calls();
-    shared_journal.violations.clear();
     forget_trace_state();
     hdl_list_tbl = nullptr;
 }
 
-EmptyTest::~EmptyTest()
-{
-    if (!violations_expected) {
-        EXPECT_THAT(shared_journal.violations, testing::IsEmpty());
-    }
-}
-
 ManagerTest::ManagerTest()
 {
-    EXPECT_EQ(OCIEnvCreate(&env, OCI_DEFAULT, nullptr, nullptr, nullptr, nullptr, 0, nullptr), OCI_SUCCESS);
+    EXPECT_EQ(create_environment(&env), OCI_SUCCESS);
     err = allocate<OCIError>(OCI_HTYPE_ERROR);
     srv = allocate<OCIServer>(OCI_HTYPE_SERVER);
     svc = allocate<OCISvcCtx>(OCI_HTYPE_SVCCTX);
@@ -380,22 +475,18 @@ ManagerTest::ManagerTest()
     forget_calls();
 }
 
-OCIBind *ManagerTest::bind_by_position(ub4 position)
+OCIBind *ManagerTest::new_bind()
 {
-    OCIBind *bind = nullptr;
-    EXPECT_EQ(OCIBindByPos(stmt, &bind, err, position, nullptr, 0, SQLT_INT, nullptr, nullptr, nullptr, 0,
-                           nullptr, OCI_DEFAULT),
-              OCI_SUCCESS);
-    return bind;
+    void *bind = nullptr;
+    EXPECT_EQ(bind_by_position(stmt, &bind, err), OCI_SUCCESS);
+    return static_cast<OCIBind *>(bind);
 }
 
-OCIDefine *ManagerTest::define_by_position(ub4 position)
+OCIDefine *ManagerTest::new_define()
 {
-    OCIDefine *define = nullptr;
-    EXPECT_EQ(OCIDefineByPos(stmt, &define, err, position, nullptr, 0, SQLT_INT, nullptr, nullptr, nullptr,
-                             OCI_DEFAULT),
-              OCI_SUCCESS);
-    return define;
+    void *define = nullptr;
+    EXPECT_EQ(define_by_position(stmt, &define, err), OCI_SUCCESS);
+    return static_cast<OCIDefine *>(define);
 }
 
 } // namespace manager_tests

@@ -14,6 +14,7 @@ enum class manner {
     exclusive,   // Oracle, or else Dravik
     in_turn,     // Oracle and then Dravik, unless Oracle failed
     oracle_only, // Oracle, or the process stops
+    both,        // the same, whatever the routing
     unrouted,    // Oracle, whatever the routing
 };
 
@@ -31,10 +32,27 @@ struct lookup {
     bool when_given = false; // a null handle is not looked up
 };
 
+inline lookup error_at(std::size_t position)
+{
+    return {.position = position, .type = OCI_HTYPE_ERROR};
+}
+inline lookup optional_error_at(std::size_t position)
+{
+    return {.position = position, .type = OCI_HTYPE_ERROR, .when_given = true};
+}
+
+/* Text of the assertion that fails for an argument without a wrapper, and its line where that is fixed. */
+struct requirement {
+    std::size_t position;
+    std::string assertion;
+    int line = 0;
+};
+
 /*
- * The last record of a call. In its text {rc} and {dk_rc} stand for the results of the backends, 7777 for one
- * that was not called, {result} for that of the last one called, {handle} for the handle in an output
- * argument and {0}, {1}, ... for the arguments, as addresses.
+ * The last record of a call. A text that begins with "()" lacks the function's name. In the text {rc} and
+ * {dk_rc} stand for the results of the backends, 7777 for one that was not called, {result} for that of the
+ * last one called, {handle} for the handle in an output argument and {0}, {1}, ... for the arguments, as
+ * addresses.
  */
 struct end_record {
     int level = 0; // 0: none
@@ -43,43 +61,38 @@ struct end_record {
 };
 
 struct forwarded {
-    recording::function f;
+    recording::function f; // its first argument routes the call
     manner how;
-    std::size_t principal = 0; // position of the argument that routes the call
     std::vector<lookup> lookups = {};
-    std::string arguments = {}; // format of the argument record
-    adjust given = {};          // sets the arguments that need a certain value
-    adjust printed = {};        // arguments as the argument record prints them
-    adjust to_dravik = {};      // arguments as Dravik gets them, twins already in place
-    adjust to_oracle = {};      // likewise; Oracle gets the arguments as they are
+    std::string prototype = {}; // in the argument record; empty: there is none
+    exceptions printed_as = {};
+    adjust given = {};     // sets the arguments that need a certain value
+    adjust printed = {};   // arguments as the argument record prints them
+    adjust to_dravik = {}; // arguments as Dravik gets them, twins already in place
+    adjust to_oracle = {}; // likewise; Oracle gets the arguments as they are
     std::string dravik_text = {};
     std::string oracle_text = {};
     error_record errors = error_record::on_failure;
 
-    std::function<records_t(ForwardingTest &, const words &)> before_routing = {};
+    std::function<records_t(ForwardingTest &)> before_routing = {};
     /* Records around a backend's call, which follow the routing record. */
     std::function<records_t(ForwardingTest &, int backend, sword rc, sword dk_rc)> around = {};
     end_record success = {};
     end_record oracle_failure = {};
     end_record dravik_failure = {};
 
-    sword dravik_failure_alone = OCI_INVALID_HANDLE;  // returned when only Dravik is called and fails
-    sword dravik_failure_second = OCI_INVALID_HANDLE; // returned when Dravik fails after Oracle's success
+    bool info_fails = true; // OCI_SUCCESS_WITH_INFO is a failure as others are
+    bool no_data_fails = true;
+    std::optional<sword> dravik_failure_alone = {};  // returned when only Dravik is called and fails
+    std::optional<sword> dravik_failure_second = {}; // returned when Dravik fails after Oracle's success
 
-    std::string assertion = {};  // for a principal that is not known
+    std::vector<requirement> required = {};
     std::string no_backend = {}; // reason when no backend may run; empty: the call returns neither_result
-    sword neither_result = OCI_SUCCESS;
-    int assertion_line = 0;
     int no_backend_line = 0;
+    sword neither_result = OCI_SUCCESS;
 };
 
 #define FUNCTION(name) recording::make_function(#name, &name)
-
-/* Matches any value in an expected argument. */
-constexpr word any_word = 0xa11a11a11a11a11aU;
-
-/* Prints words with the conversions %p, %d, %ld and %s. */
-std::string print_words(const std::string &text, const words &values);
 
 class ForwardingTest : public ManagerTest
 {
@@ -91,17 +104,6 @@ public:
 
     /* Arguments that all differ: a handle for each handle, else an address or a number of its own. */
     words distinct_arguments(const forwarded &row);
-    word own_handle(int type);
-
-    using ManagerTest::dsc;
-    using ManagerTest::env;
-    using ManagerTest::err;
-    using ManagerTest::lob;
-    using ManagerTest::ses;
-    using ManagerTest::snap_out;
-    using ManagerTest::srv;
-    using ManagerTest::stmt;
-    using ManagerTest::svc;
 
     OCIBind *bind = nullptr;
     OCIDefine *define = nullptr;
@@ -115,14 +117,14 @@ private:
         ub4 last_exec;
         sword oracle_result;
         sword dravik_result;
-        bool null_error;
+        OCIError *error;
     };
 
     void run_once(const forwarded &row, const outcome &o);
     words expected_for_dravik(const forwarded &row, const words &given);
     records_t expected_records(const forwarded &row, const words &given, bool oracle_runs, bool dravik_runs,
                                const outcome &o);
-    void run_unroutable(const forwarded &row);
+    void run_stops(const forwarded &row);
 
     char arena[16][64];
 };

@@ -6,73 +6,55 @@ using namespace manager_tests;
 namespace
 {
 
-const std::vector<lookup> lob_lookups{{0, OCI_HTYPE_SVCCTX},
-                                      {.position = 1, .type = OCI_HTYPE_ERROR, .when_given = true},
-                                      {2, OCI_DTYPE_LOB, OM_ENTRY_DESCRIPTOR}};
+forwarded lob_call(recording::function f, const std::string &prototype, const std::string &no_backend,
+                   const exceptions &printed_as = {})
+{
+    return {.f = std::move(f),
+            .how = manner::exclusive,
+            .lookups = {{0, OCI_HTYPE_SVCCTX}, optional_error_at(1), {2, OCI_DTYPE_LOB, OM_ENTRY_DESCRIPTOR}},
+            .prototype = prototype,
+            .printed_as = printed_as,
+            .required = {{0, "wsvchp != ((void *)0)"}, {2, "wlocp != ((void *)0)"}},
+            .no_backend = no_backend};
+}
+
+std::vector<forwarded> make_lob_calls()
+{
+    std::vector<forwarded> rows{
+        lob_call(FUNCTION(OCILobGetLength),
+                 "OCILobGetLength(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, ub4 *lenp)",
+                 "There is no available svcctx handle", {{"lenp", "%d"}}),
+        lob_call(FUNCTION(OCILobGetLength2),
+                 "OCILobGetLength2(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 *lenp)",
+                 "There is no available svc handle", {{"lenp", "%p"}}),
+        lob_call(FUNCTION(OCILobWrite),
+                 "OCILobWrite(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, ub4 *amtp, ub4 offset, "
+                 "dvoid *bufp, ub4 buflen, ub1 piece, dvoid *ctxp, OCICallbackLobWrite cbfp, ub2 csid, ub1 "
+                 "csfrm)",
+                 "There is no available svc handle"),
+        lob_call(FUNCTION(OCILobWrite2),
+                 "OCILobWrite2(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 *byte_amtp, "
+                 "oraub8 *char_amtp, oraub8 offset, dvoid *bufp, oraub8 buflen, ub1 piece, dvoid *ctxp, "
+                 "OCICallbackLobWrite2 cbfp, ub2 csid, ub1 csfrm)",
+                 "There is no available svc handle"),
+        lob_call(FUNCTION(OCILobRead),
+                 "OCILobRead(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, ub4 *amtp, ub4 offset, "
+                 "dvoid *bufp, ub4 bufl, dvoid *ctxp, OCICallbackLobRead cbfp, ub2 csid, ub1 csfrm)",
+                 "There is no available function"),
+        lob_call(FUNCTION(OCILobRead2),
+                 "OCILobRead2 (OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 *byte_amtp, "
+                 "oraub8 *char_amtp, oraub8 offset, dvoid *bufp, oraub8 bufl, ub1 piece, dvoid *ctxp, "
+                 "OCICallbackLobRead2 cbfp, ub2 csid, ub1 csfrm)",
+                 "There is no available function", {{"piece", ""}}),
+    };
+    rows[0].printed = [](ForwardingTest &, words &w) { w[3] = target<ub4>(w[3]); };
+    rows[1].required = {{0, "wsvchp!=((void *)0)"}, {2, "wlocp!=((void *)0)"}};
+    return rows;
+}
 
 const std::vector<forwarded> &lob_calls()
 {
-    static const std::vector<forwarded> rows{
-        {.f = FUNCTION(OCILobGetLength),
-         .how = manner::exclusive,
-         .lookups = lob_lookups,
-         .arguments =
-             "OCILobGetLength(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, ub4 *lenp)\n\tsvchp=%p\n\t"
-             "errhp=%p\n\tlocp=%p\n\tlenp%d",
-         .printed = [](ForwardingTest &, words &w) { w[3] = target<ub4>(w[3]); },
-         .assertion = "wsvchp != ((void *)0)",
-         .no_backend = "There is no available svcctx handle"},
-        {.f = FUNCTION(OCILobGetLength2),
-         .how = manner::exclusive,
-         .lookups = lob_lookups,
-         .arguments =
-             "OCILobGetLength2(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 *lenp)\n\tsvchp=%p"
-             "\n\terrhp=%p\n\tlocp=%p\n\tlenp%p",
-         .assertion = "wsvchp!=((void *)0)",
-         .no_backend = "There is no available svc handle"},
-        {.f = FUNCTION(OCILobWrite),
-         .how = manner::exclusive,
-         .lookups = lob_lookups,
-         .arguments =
-             "OCILobWrite(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, ub4 *amtp, ub4 offset, dvoid "
-             "*bufp, ub4 buflen, ub1 piece, dvoid *ctxp, OCICallbackLobWrite cbfp, ub2 csid, ub1 csfrm)\n\tsvchp"
-             "=%p\n\terrhp=%p\n\tlocp=%p\n\tamtp=%p\n\toffset=%d\n\tbufp=%p\n\tbuflen=%d\n\tpiece=%d\n\tctxp=%p"
-             "\n\tcbfp=%p\n\tcsid=%d\n\tcsfrm=%d",
-         .assertion = "wsvchp != ((void *)0)",
-         .no_backend = "There is no available svc handle"},
-        {.f = FUNCTION(OCILobWrite2),
-         .how = manner::exclusive,
-         .lookups = lob_lookups,
-         .arguments =
-             "OCILobWrite2(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 *byte_amtp, oraub8 "
-             "*char_amtp, oraub8 offset, dvoid *bufp, oraub8 buflen, ub1 piece, dvoid *ctxp, "
-             "OCICallbackLobWrite2 cbfp, ub2 csid, ub1 csfrm)\n\tsvchp=%p\n\terrhp=%p\n\tlocp=%p\n\tbyte_amtp=%p"
-             "\n\tchar_amtp=%p\n\toffset=%d\n\tbufp=%p\n\tbuflen=%d\n\tpiece=%d\n\tctxp=%p\n\tcbfp=%p\n\tcsid=%d"
-             "\n\tcsfrm=%d",
-         .assertion = "wsvchp != ((void *)0)",
-         .no_backend = "There is no available svc handle"},
-        {.f = FUNCTION(OCILobRead),
-         .how = manner::exclusive,
-         .lookups = lob_lookups,
-         .arguments =
-             "OCILobRead(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, ub4 *amtp, ub4 offset, dvoid "
-             "*bufp, ub4 bufl, dvoid *ctxp, OCICallbackLobRead cbfp, ub2 csid, ub1 csfrm)\n\tsvchp=%p\n\terrhp=%p"
-             "\n\tlocp=%p\n\tamtp=%p\n\toffset=%d\n\tbufp=%p\n\tbufl=%d\n\tctxp=%p\n\tcbfp=%p\n\tcsid=%d\n\t"
-             "csfrm=%d",
-         .assertion = "wsvchp != ((void *)0)",
-         .no_backend = "There is no available function"},
-        {.f = FUNCTION(OCILobRead2),
-         .how = manner::exclusive,
-         .lookups = lob_lookups,
-         .arguments =
-             "OCILobRead2 (OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 *byte_amtp, oraub8 "
-             "*char_amtp, oraub8 offset, dvoid *bufp, oraub8 bufl, ub1 piece, dvoid *ctxp, OCICallbackLobRead2 "
-             "cbfp, ub2 csid, ub1 csfrm)\n\tsvchp=%p\n\terrhp=%p\n\tlocp=%p\n\tbyte_amtp=%p\n\tchar_amtp=%p\n\t"
-             "offset=%d\n\tbufp=%p\n\tbufl=%d\n\tctxp=%p\n\tcbfp=%p\n\tcsid=%d\n\tcsfrm=%d",
-         .printed = [](ForwardingTest &, words &w) { w.erase(w.begin() + 8); }, // the piece is not printed
-         .assertion = "wsvchp != ((void *)0)",
-         .no_backend = "There is no available function"},
-    };
+    static const std::vector<forwarded> rows = make_lob_calls();
     return rows;
 }
 
@@ -105,30 +87,14 @@ TEST_F(Locator, RemembersWhoServedItLast)
     }
 }
 
-TEST_F(Locator, UnknownOnesStop)
-{
-    for (const forwarded &row : lob_calls()) {
-        words arguments = distinct_arguments(row);
-        for (const word locator : {word{0}, to_word(this)}) {
-            arguments[2] = locator;
-            expect_stop({.name = row.f.name,
-                         .call = [&] { row.f.call(arguments); },
-                         .function = row.f.name,
-                         .assertion = row.f.name == "OCILobGetLength2" ? "wlocp!=((void *)0)"
-                                                                       : "wlocp != ((void *)0)"});
-        }
-    }
-}
-
 TEST_F(Locator, AssignmentStops)
 {
-    OCILobLocator *target_locator = nullptr;
-    expect_stop({.name = "assignment",
-                 .call = [&] { OCILobAssign(env, err, lob, &target_locator); },
+    OCILobLocator *other = nullptr;
+    expect_stop({.call = [&] { OCILobAssign(env, err, lob, &other); },
                  .function = "OCILobAssign",
                  .assertion = "0",
                  .level = OM_LOG_TRACE,
-                 .before = {{OM_LOG_TRACE, "OCILobAssign"}}});
+                 .before = {entered("OCILobAssign")}});
 }
 
 } // namespace

@@ -27,11 +27,18 @@ void in_threads(const std::function<void(int)> &body)
         t.join();
 }
 
-OCIEnv *create_environment()
+OCIEnv *new_environment()
 {
     OCIEnv *env = nullptr;
-    EXPECT_EQ(OCIEnvCreate(&env, OCI_THREADED, nullptr, nullptr, nullptr, nullptr, 0, nullptr), OCI_SUCCESS);
+    EXPECT_EQ(create_environment(&env), OCI_SUCCESS);
     return env;
+}
+
+template <class T> T *allocate(OCIEnv *env, ub4 type)
+{
+    void *handle = nullptr;
+    EXPECT_EQ(OCIHandleAlloc(env, &handle, type, 0, nullptr), OCI_SUCCESS);
+    return static_cast<T *>(handle);
 }
 
 class ThreadTest : public EmptyTest
@@ -42,40 +49,38 @@ TEST_F(ThreadTest, RacingFirstCallsLoadOnce)
 {
     EXPECT_IN_NEW_PROCESS({
         in_threads([](int) {
-            OCIEnv *env = create_environment();
+            OCIEnv *env = new_environment();
             EXPECT_EQ(table().size(), 1U);
             EXPECT_EQ(wrapper(env)->last_exec, 3U);
             EXPECT_EQ(OCIHandleFree(env, OCI_HTYPE_ENV), OCI_SUCCESS);
         });
-        const std::vector<std::string> names = called();
-        EXPECT_EQ(std::count(names.begin(), names.end(), "Oracle.OCIEnvCreate"), 1 + thread_count);
-        EXPECT_EQ(std::count(names.begin(), names.end(), "Dravik.OCIEnvCreate"), thread_count);
-        EXPECT_EQ(std::count(names.begin(), names.end(), "Oracle.OCIHandleAlloc"), 1);
+        const auto count = [](int from, const char *function) {
+            return std::count_if(calls().begin(), calls().end(), [&](const recording::call &c) {
+                return c.from == from && c.function == function;
+            });
+        };
+        EXPECT_EQ(count(recording::oracle, "OCIEnvCreate"), 1 + thread_count);
+        EXPECT_EQ(count(recording::dravik, "OCIEnvCreate"), thread_count);
+        EXPECT_EQ(count(recording::oracle, "OCIHandleAlloc"), 1);
     });
 }
 
 /* One connection, from the environment to its end, by each thread; half of them on Dravik. */
 TEST_F(ThreadTest, AnEnvironmentEach)
 {
-    oracle().always("OCIServerAttach", OCI_SUCCESS);
     in_threads([](int number) {
         for (int round = 0; round < 20; round++) {
-            OCIEnv *env = create_environment();
-            const auto allocate = [&](ub4 type) {
-                void *handle = nullptr;
-                EXPECT_EQ(OCIHandleAlloc(env, &handle, type, 0, nullptr), OCI_SUCCESS);
-                return handle;
-            };
-            auto *err = static_cast<OCIError *>(allocate(OCI_HTYPE_ERROR));
-            auto *srv = static_cast<OCIServer *>(allocate(OCI_HTYPE_SERVER));
-            auto *svc = static_cast<OCISvcCtx *>(allocate(OCI_HTYPE_SVCCTX));
-            auto *stmt = static_cast<OCIStmt *>(allocate(OCI_HTYPE_STMT));
+            OCIEnv *env = new_environment();
+            auto *err = allocate<OCIError>(env, OCI_HTYPE_ERROR);
+            auto *srv = allocate<OCIServer>(env, OCI_HTYPE_SERVER);
+            auto *svc = allocate<OCISvcCtx>(env, OCI_HTYPE_SVCCTX);
+            auto *stmt = allocate<OCIStmt>(env, OCI_HTYPE_STMT);
             const ub4 backend = number % 2 == 0 ? 1 : 2;
             route(srv, backend);
-            const auto *link = reinterpret_cast<const OraText *>("link");
-            EXPECT_EQ(OCIServerAttach(srv, err, link, 4, OCI_DEFAULT), OCI_SUCCESS);
+            EXPECT_EQ(OCIServerAttach(srv, err, text_of("link"), 4, OCI_DEFAULT), OCI_SUCCESS);
             EXPECT_EQ(OCIAttrSet(svc, OCI_HTYPE_SVCCTX, srv, 0, OCI_ATTR_SERVER, err), OCI_SUCCESS);
-            EXPECT_EQ(OCIStmtPrepare(stmt, err, link, 4, OCI_NTV_SYNTAX, OCI_DEFAULT), OCI_SUCCESS);
+            EXPECT_EQ(OCIStmtPrepare(stmt, err, text_of("link"), 4, OCI_NTV_SYNTAX, OCI_DEFAULT),
+                      OCI_SUCCESS);
             EXPECT_EQ(OCIStmtExecute(svc, stmt, err, 1, 0, nullptr, nullptr, OCI_DEFAULT), OCI_SUCCESS);
             EXPECT_EQ(wrapper(stmt)->last_exec, backend);
             EXPECT_EQ(OCIStmtFetch(stmt, err, 1, OCI_FETCH_NEXT, OCI_DEFAULT), OCI_SUCCESS);
@@ -124,27 +129,19 @@ TEST_F(ThreadTest, StateIsEachThreadsOwn)
 
 TEST_F(ThreadTest, AnotherThreadsHandleStops)
 {
-    OCIEnv *env = create_environment();
-    void *stmt = nullptr;
-    EXPECT_EQ(OCIHandleAlloc(env, &stmt, OCI_HTYPE_STMT, 0, nullptr), OCI_SUCCESS);
+    OCIEnv *env = new_environment();
+    auto *stmt = allocate<OCIStmt>(env, OCI_HTYPE_STMT);
     const auto fetch_elsewhere = [&](bool with_table) {
         return [&, with_table] {
             std::thread([&] {
                 if (with_table)
-                    create_environment();
-                OCIStmtFetch(static_cast<OCIStmt *>(stmt), nullptr, 1, OCI_FETCH_NEXT, OCI_DEFAULT);
+                    new_environment();
+                OCIStmtFetch(stmt, nullptr, 1, OCI_FETCH_NEXT, OCI_DEFAULT);
             }).join();
         };
     };
-    expect_stop({.name = "with a table of its own",
-                 .call = fetch_elsewhere(true),
-                 .function = "OCIStmtFetch",
-                 .assertion = "wstmtp != ((void *)0)",
-                 .line = 3151});
-    expect_stop({.name = "without a table",
-                 .call = fetch_elsewhere(false),
-                 .function = "get_hash_table_entry",
-                 .assertion = "tblp != ((void *)0)"});
+    expect_stop({fetch_elsewhere(true), "OCIStmtFetch", "wstmtp != ((void *)0)", "", 3151});
+    expect_stop({fetch_elsewhere(false), "get_hash_table_entry", "tblp != ((void *)0)"});
 }
 
 } // namespace

@@ -27,11 +27,10 @@ struct call {
     std::string text; // contents of the text argument, in the length passed with it
 };
 
-/* Calls of both libraries in order, and arguments that no caller may pass. */
+/* Calls of both libraries in order. */
 struct journal {
     std::mutex mutex;
     std::vector<call> calls;
-    std::vector<std::string> violations;
 };
 
 /* What a call returns and, instead of the usual output values, what it does. */
@@ -57,7 +56,7 @@ public:
     /* Forgets all answers; handles stay alive. */
     virtual void reset() = 0;
     /* A new handle or descriptor of this library. Its first eight bytes are the caller's. */
-    virtual void *create(int type, const void *owner = nullptr) = 0;
+    virtual void *create() = 0;
     virtual bool alive(const void *handle) = 0;
 
     const int library;

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -75,6 +76,20 @@ struct client {
     ~client() { OCIHandleFree(env, OCI_HTYPE_ENV); }
     client(const client &) = delete;
 
+    // Whether a call succeeded, or failed with an ORA- number.
+    testing::AssertionResult succeeds(sword status) const
+    {
+        return status == OCI_SUCCESS ? testing::AssertionSuccess()
+                                     : testing::AssertionFailure() << "status " << status << ' ' << message();
+    }
+    testing::AssertionResult fails(sword status, int expected) const
+    {
+        if (status == OCI_ERROR && code() == expected)
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure()
+               << "status " << status << ", not ORA-" << expected << ": " << message();
+    }
+
     int code() const { return error_code(errors); }
     std::string message() const
     {
@@ -101,8 +116,18 @@ struct connected_client : client {
         EXPECT_EQ(OCIAttrSet(service, OCI_HTYPE_SVCCTX, session, 0, OCI_ATTR_SESSION, errors), 0);
     }
 
+    sword commit() const { return OCITransCommit(service, errors, OCI_DEFAULT); }
+    sword roll_back() const { return OCITransRollback(service, errors, OCI_DEFAULT); }
+
     // Prepares and executes; the ORA- number of a failure, or 0.
     int run(std::string_view sql, ub4 mode = OCI_DEFAULT) const;
+
+    // Statements of which each has to succeed.
+    void run_all(std::initializer_list<std::string_view> statements) const
+    {
+        for (const std::string_view sql : statements)
+            EXPECT_EQ(run(sql), 0) << sql << ": " << message();
+    }
 
     // The first column of the first row as text; "(null)", "(none)" without a row, "ORA-n" after a failure.
     std::string ask(std::string_view sql) const;
@@ -117,10 +142,8 @@ struct prepared {
     prepared(const connected_client &by, std::string_view sql) : client(by)
     {
         handle = allocate<OCIStmt>(by.env, OCI_HTYPE_STMT);
-        EXPECT_EQ(OCIStmtPrepare(handle, by.errors, text(sql), static_cast<ub4>(sql.size()), OCI_NTV_SYNTAX,
-                                 OCI_DEFAULT),
-                  OCI_SUCCESS)
-            << by.message();
+        EXPECT_TRUE(by.succeeds(OCIStmtPrepare(handle, by.errors, text(sql), static_cast<ub4>(sql.size()),
+                                               OCI_NTV_SYNTAX, OCI_DEFAULT)));
     }
     ~prepared() { OCIHandleFree(handle, OCI_HTYPE_STMT); }
     prepared(const prepared &) = delete;
@@ -136,20 +159,54 @@ struct prepared {
         return OCIStmtFetch2(handle, client.errors, rows, orientation, offset, OCI_DEFAULT);
     }
 
+    // A bind is found in last_bind afterwards, a definition in last_define.
     sword bind(std::string_view name, void *values, sb4 size, ub2 type, void *indicators = nullptr,
-               ub2 *lengths = nullptr) const
+               ub2 *lengths = nullptr, ub4 mode = OCI_DEFAULT) const
     {
-        OCIBind *made = nullptr;
-        return OCIBindByName(handle, &made, client.errors, text(name), static_cast<sb4>(name.size()), values,
-                             size, type, indicators, lengths, nullptr, 0, nullptr, OCI_DEFAULT);
+        last_bind = nullptr;
+        return OCIBindByName(handle, &last_bind, client.errors, text(name), static_cast<sb4>(name.size()),
+                             values, size, type, indicators, lengths, nullptr, 0, nullptr, mode);
+    }
+
+    // Uses the bind handle that is given, if it is not null.
+    sword bind_at(ub4 position, OCIBind *&made, void *values, sb4 size, ub2 type, void *indicators = nullptr,
+                  ub2 *lengths = nullptr) const
+    {
+        return OCIBindByPos(handle, &made, client.errors, position, values, size, type, indicators, lengths,
+                            nullptr, 0, nullptr, OCI_DEFAULT);
     }
 
     sword define(ub4 position, void *values, sb4 size, ub2 type, void *indicators = nullptr,
-                 ub2 *lengths = nullptr, ub2 *codes = nullptr) const
+                 ub2 *lengths = nullptr, ub2 *codes = nullptr, ub4 mode = OCI_DEFAULT) const
     {
-        OCIDefine *made = nullptr;
-        return OCIDefineByPos(handle, &made, client.errors, position, values, size, type, indicators, lengths,
-                              codes, OCI_DEFAULT);
+        last_define = nullptr;
+        return OCIDefineByPos(handle, &last_define, client.errors, position, values, size, type, indicators,
+                              lengths, codes, mode);
+    }
+
+    // The size of a variable, or of each one in an array.
+    template <class T> static constexpr sb4 size_of()
+    {
+        using element = std::remove_extent_t<T>;
+        constexpr bool is_text = std::is_same_v<element, char> || std::is_same_v<element, char16_t>;
+        return static_cast<sb4>(is_text ? sizeof(T) : sizeof(element));
+    }
+
+    // A bind and a definition that have to succeed.
+    template <class T>
+    const prepared &in(std::string_view name, T &values, ub2 type, sb2 *indicators = nullptr,
+                       ub2 *lengths = nullptr) const
+    {
+        EXPECT_TRUE(client.succeeds(bind(name, &values, size_of<T>(), type, indicators, lengths))) << name;
+        return *this;
+    }
+    template <class T>
+    const prepared &out(ub4 position, T &values, ub2 type, sb2 *indicators = nullptr, ub2 *lengths = nullptr,
+                        ub2 *codes = nullptr) const
+    {
+        EXPECT_TRUE(
+            client.succeeds(define(position, &values, size_of<T>(), type, indicators, lengths, codes)));
+        return *this;
     }
 
     template <class T> T attribute(ub4 which) const
@@ -161,6 +218,8 @@ struct prepared {
 
     const connected_client &client;
     OCIStmt *handle = nullptr;
+    mutable OCIBind *last_bind = nullptr;
+    mutable OCIDefine *last_define = nullptr;
 };
 
 inline int connected_client::run(std::string_view sql, ub4 mode) const
@@ -176,8 +235,7 @@ inline std::string connected_client::ask(std::string_view sql) const
     const prepared statement(*this, sql);
     char value[4096];
     sb2 indicator = 0;
-    EXPECT_EQ(statement.define(1, value, sizeof value, SQLT_STR, &indicator), OCI_SUCCESS);
-    const sword status = statement.execute(1);
+    const sword status = statement.out(1, value, SQLT_STR, &indicator).execute(1);
     if (status == OCI_NO_DATA)
         return "(none)";
     if (status != OCI_SUCCESS)

@@ -1,6 +1,8 @@
 // Descriptions of select lists, tables and views; locale data.
 #include "client.h"
 
+#include <array>
+
 namespace sqlite_oci_test
 {
 namespace
@@ -9,19 +11,23 @@ namespace
 class describe : public sqlite_oci_test
 {
 protected:
-    // A parameter of a statement, or of the list of a described object; null with the failure in db.code().
-    OCIParam *parameter(const void *of, ub4 kind, ub4 position) const
+    // A parameter of the list of a described object, or of a statement; null with the failure in db.code().
+    OCIParam *parameter(const void *of, ub4 position, ub4 kind = OCI_DTYPE_PARAM) const
     {
         void *result = nullptr;
         OCIParamGet(of, kind, db.errors, &result, position);
         return static_cast<OCIParam *>(result);
     }
+    OCIParam *parameter(const prepared &statement, ub4 position) const
+    {
+        return parameter(statement.handle, position, OCI_HTYPE_STMT);
+    }
 
     template <class T> T attribute(const OCIParam *of, ub4 which) const
     {
         T result{};
-        EXPECT_EQ(OCIAttrGet(of, OCI_DTYPE_PARAM, &result, nullptr, which, db.errors), OCI_SUCCESS)
-            << which << " " << db.message();
+        EXPECT_TRUE(db.succeeds(OCIAttrGet(of, OCI_DTYPE_PARAM, &result, nullptr, which, db.errors)))
+            << which;
         return result;
     }
 
@@ -66,53 +72,33 @@ protected:
     OCIDescribe *described = allocate<OCIDescribe>(db.env, OCI_HTYPE_DESCRIBE);
 };
 
-struct declared_column {
-    const char *declaration;
-    const char *summary; // type, size, characters, by character, precision, scale, form, set, display
-};
-
-constexpr declared_column declared_columns[] = {
-    {"VARCHAR2(20)", "1 20 20 0 0 0 1 873 20"},
-    {"varchar2( 20 )", "1 20 20 0 0 0 1 873 20"},
-    {"\"VARCHAR2(20 CHAR)\"", "1 80 20 1 0 0 1 873 20"},
-    {"\"VARCHAR2(20 BYTE)\"", "1 20 20 0 0 0 1 873 20"},
-    {"CHARACTER VARYING(7)", "1 7 7 0 0 0 1 873 7"},
-    {"CHAR(3)", "96 3 3 0 0 0 1 873 3"},
-    {"CHAR", "96 1 1 0 0 0 1 873 1"},
-    {"NVARCHAR2(10)", "1 40 10 1 0 0 2 873 10"},
-    {"NCHAR(2)", "96 8 2 1 0 0 2 873 2"},
-    {"NUMBER", "2 22 0 0 0 -127 0 0 40"},
-    {"NUMBER(10,2)", "2 22 0 0 10 2 0 0 40"},
-    {"NUMBER(5)", "2 22 0 0 5 0 0 0 40"},
-    {"NUMBER(5,-2)", "2 22 0 0 5 -2 0 0 40"},
-    {"\"NUMBER(*,3)\"", "2 22 0 0 38 3 0 0 40"},
-    {"INTEGER", "2 22 0 0 38 0 0 0 40"},
-    {"UNSIGNED BIG INT", "2 22 0 0 38 0 0 0 40"},
-    {"FLOAT(24)", "2 22 0 0 24 -127 0 0 40"},
-    {"DOUBLE PRECISION", "2 22 0 0 126 -127 0 0 40"},
-    {"BINARY_FLOAT", "100 4 0 0 0 0 0 0 40"},
-    {"BINARY_DOUBLE", "101 8 0 0 0 0 0 0 40"},
-    {"DATE", "12 7 0 0 0 0 0 0 19"},
-    {"TIMESTAMP", "187 11 0 0 0 6 0 0 26"},
-    {"TIMESTAMP(3)", "187 11 0 0 0 3 0 0 23"},
-    {"TIMESTAMP WITH TIME ZONE", "188 13 0 0 0 6 0 0 33"},
-    {"\"INTERVAL DAY TO SECOND\"", "190 11 0 0 2 6 0 0 19"},
-    {"RAW(16)", "23 16 0 0 0 0 0 0 32"},
-    {"LONG", "8 0 0 0 0 0 1 873 4000"},
-    {"LONG RAW", "24 0 0 0 0 0 0 0 4000"},
-    {"CLOB", "112 4000 0 0 0 0 1 873 4000"},
-    {"NCLOB", "112 4000 0 0 0 0 2 873 4000"},
-    {"BLOB", "113 4000 0 0 0 0 0 0 4000"},
-    {"TEXT", "1 4000 4000 0 0 0 1 873 4000"},
+// A declaration and type, size, characters, by character, precision, scale, form, set, display.
+constexpr std::pair<const char *, const char *> declared_columns[] = {
+    {"VARCHAR2(20)", "1 20 20 0 0 0 1 873 20"},   {"varchar2( 20 )", "1 20 20 0 0 0 1 873 20"},
+    {"CHAR(3)", "96 3 3 0 0 0 1 873 3"},          {"\"VARCHAR2(20 CHAR)\"", "1 80 20 1 0 0 1 873 20"},
+    {"NVARCHAR2(10)", "1 40 10 1 0 0 2 873 10"},  {"NCHAR(2)", "96 8 2 1 0 0 2 873 2"},
+    {"NUMBER", "2 22 0 0 0 -127 0 0 40"},         {"\"VARCHAR2(20 BYTE)\"", "1 20 20 0 0 0 1 873 20"},
+    {"NUMBER(10,2)", "2 22 0 0 10 2 0 0 40"},     {"NUMBER(5)", "2 22 0 0 5 0 0 0 40"},
+    {"NUMBER(5,-2)", "2 22 0 0 5 -2 0 0 40"},     {"CHARACTER VARYING(7)", "1 7 7 0 0 0 1 873 7"},
+    {"\"NUMBER(*,3)\"", "2 22 0 0 38 3 0 0 40"},  {"INTEGER", "2 22 0 0 38 0 0 0 40"},
+    {"UNSIGNED BIG INT", "2 22 0 0 38 0 0 0 40"}, {"CHAR", "96 1 1 0 0 0 1 873 1"},
+    {"FLOAT(24)", "2 22 0 0 24 -127 0 0 40"},     {"BINARY_FLOAT", "100 4 0 0 0 0 0 0 40"},
+    {"BINARY_DOUBLE", "101 8 0 0 0 0 0 0 40"},    {"DOUBLE PRECISION", "2 22 0 0 126 -127 0 0 40"},
+    {"TIMESTAMP", "187 11 0 0 0 6 0 0 26"},       {"TIMESTAMP(3)", "187 11 0 0 0 3 0 0 23"},
+    {"RAW(16)", "23 16 0 0 0 0 0 0 32"},          {"DATE", "12 7 0 0 0 0 0 0 19"},
+    {"LONG", "8 0 0 0 0 0 1 873 4000"},           {"LONG RAW", "24 0 0 0 0 0 0 0 4000"},
+    {"CLOB", "112 4000 0 0 0 0 1 873 4000"},      {"TIMESTAMP WITH TIME ZONE", "188 13 0 0 0 6 0 0 33"},
+    {"NCLOB", "112 4000 0 0 0 0 2 873 4000"},     {"BLOB", "113 4000 0 0 0 0 0 0 4000"},
+    {"TEXT", "1 4000 4000 0 0 0 1 873 4000"},     {"\"INTERVAL DAY TO SECOND\"", "190 11 0 0 2 6 0 0 19"},
     {"", "1 4000 4000 0 0 0 1 873 4000"},
 };
 
 TEST_F(describe, declared_types_are_shown_in_both_ways_of_describing)
 {
     std::string columns;
-    for (const declared_column &column : declared_columns)
-        columns += (columns.empty() ? "c" : ", c") + std::to_string(&column - declared_columns) + ' ' +
-                   column.declaration;
+    for (const auto &column : declared_columns)
+        columns +=
+            (columns.empty() ? "c" : ", c") + std::to_string(&column - declared_columns) + ' ' + column.first;
     ASSERT_EQ(db.run("CREATE TABLE t (" + columns + ")"), 0) << db.message();
     const prepared query(db, "SELECT * FROM t");
     ASSERT_EQ(query.execute(0, OCI_DESCRIBE_ONLY), OCI_SUCCESS);
@@ -120,43 +106,37 @@ TEST_F(describe, declared_types_are_shown_in_both_ways_of_describing)
     ASSERT_EQ(describe_any("t"), 0) << db.message();
     auto *const list = attribute<OCIParam *>(object(), OCI_ATTR_LIST_COLUMNS);
     ub4 position = 0;
-    for (const declared_column &column : declared_columns) {
-        SCOPED_TRACE(column.declaration);
+    for (const auto &[declaration, expected] : declared_columns) {
+        SCOPED_TRACE(declaration);
         ++position;
-        EXPECT_EQ(summary(parameter(query.handle, OCI_HTYPE_STMT, position)), column.summary);
-        EXPECT_EQ(summary(parameter(list, OCI_DTYPE_PARAM, position), true), column.summary);
+        EXPECT_EQ(summary(parameter(query, position)), expected);
+        EXPECT_EQ(summary(parameter(list, position), true), expected);
     }
 }
 
 TEST_F(describe, sizes_of_texts_are_in_the_environments_set)
 {
     ASSERT_EQ(db.run("CREATE TABLE t (a VARCHAR2(20), b NVARCHAR2(10))"), 0);
-    const struct {
-        ub2 set;
-        ub2 sizes[2];
-    } cases[] = {{1, {20, 10}}, {31, {20, 10}}, {873, {20, 40}}, {OCI_UTF16ID, {40, 40}}};
-    for (const auto &tested : cases) {
-        const connected_client other(tested.set);
+    const std::pair<ub2, std::array<ub2, 2>> cases[] = {
+        {1, {20, 10}}, {31, {20, 10}}, {873, {20, 40}}, {OCI_UTF16ID, {40, 40}}};
+    for (const auto &[set, sizes] : cases) {
+        const connected_client other(set);
         const prepared query(other, "SELECT a, b FROM t");
         ASSERT_EQ(query.execute(0), OCI_SUCCESS);
         for (const ub4 column : {0U, 1U}) {
-            const OCIParam *const found = parameter(query.handle, OCI_HTYPE_STMT, column + 1);
-            EXPECT_EQ(attribute<ub2>(found, OCI_ATTR_DATA_SIZE), tested.sizes[column]) << tested.set;
-            EXPECT_EQ(attribute<ub2>(found, OCI_ATTR_CHARSET_ID), tested.set);
-            const std::string name = text_attribute(found, OCI_ATTR_NAME);
-            EXPECT_EQ(name.size(), tested.set == OCI_UTF16ID ? 2u : 1u);
+            const OCIParam *const found = parameter(query, column + 1);
+            EXPECT_EQ(attribute<ub2>(found, OCI_ATTR_DATA_SIZE), sizes[column]) << set;
+            EXPECT_EQ(attribute<ub2>(found, OCI_ATTR_CHARSET_ID), set);
+            EXPECT_EQ(text_attribute(found, OCI_ATTR_NAME).size(), set == OCI_UTF16ID ? 2u : 1u);
         }
     }
 }
 
 TEST_F(describe, names_are_upper_case_unless_quoted)
 {
-    ASSERT_EQ(db.run("CREATE TABLE t (id NUMBER, \"Mixed\" NUMBER, \"two words\" NUMBER)"), 0);
-    ASSERT_EQ(db.run("CREATE VIEW v AS SELECT id AS lower, \"Mixed\" + 1 AS \"View\" FROM t"), 0);
-    const struct {
-        const char *query;
-        std::vector<std::string> names;
-    } cases[] = {
+    db.run_all({"CREATE TABLE t (id NUMBER, \"Mixed\" NUMBER, \"two words\" NUMBER)",
+                "CREATE VIEW v AS SELECT id AS lower, \"Mixed\" + 1 AS \"View\" FROM t"});
+    const std::pair<const char *, std::vector<std::string>> cases[] = {
         {"SELECT * FROM t", {"ID", "Mixed", "two words"}},
         {"SELECT t.Id, \"Mixed\" FROM t", {"ID", "Mixed"}},
         {"SELECT id AS other, id \"Other\", mixed low FROM t", {"OTHER", "Other", "LOW"}},
@@ -164,25 +144,25 @@ TEST_F(describe, names_are_upper_case_unless_quoted)
         {"SELECT lower, \"View\" FROM v", {"LOWER", "View"}},
         {"SELECT dummy FROM dual", {"DUMMY"}},
     };
-    for (const auto &tested : cases) {
-        SCOPED_TRACE(tested.query);
-        const prepared query(db, tested.query);
+    for (const auto &[expected_query, expected_names] : cases) {
+        SCOPED_TRACE(expected_query);
+        const prepared query(db, expected_query);
         ASSERT_EQ(query.execute(0), OCI_SUCCESS) << db.message();
         std::vector<std::string> names;
         for (ub4 i = 1; i <= query.attribute<ub4>(OCI_ATTR_PARAM_COUNT); ++i) {
-            const OCIParam *const found = parameter(query.handle, OCI_HTYPE_STMT, i);
+            const OCIParam *const found = parameter(query, i);
             names.push_back(text_attribute(found, OCI_ATTR_NAME));
             EXPECT_EQ(text_attribute(found, OCI_ATTR_TYPE_NAME), "");
             EXPECT_EQ(attribute<ub2>(found, OCI_ATTR_POSITION), i);
         }
-        EXPECT_EQ(names, tested.names);
+        EXPECT_EQ(names, expected_names);
     }
 }
 
 TEST_F(describe, nullability_and_expressions_follow_origin_and_values)
 {
-    ASSERT_EQ(db.run("CREATE TABLE t (k VARCHAR2(5) PRIMARY KEY, n NUMBER NOT NULL, o DATE)"), 0);
-    ASSERT_EQ(db.run("INSERT INTO t VALUES ('a', 1, NULL)"), 0);
+    db.run_all({"CREATE TABLE t (k VARCHAR2(5) PRIMARY KEY, n NUMBER NOT NULL, o DATE)",
+                "INSERT INTO t VALUES ('a', 1, NULL)"});
     const prepared query(db, "SELECT k, n AS other, o, n + 1, k || 'x', x'00', NULL, nullif(n, 1) FROM t "
                              "UNION ALL SELECT k, n, o, n, k, k, o, 7 FROM t");
     ASSERT_EQ(query.execute(0), OCI_SUCCESS) << db.message();
@@ -190,119 +170,93 @@ TEST_F(describe, nullability_and_expressions_follow_origin_and_values)
     ASSERT_EQ(plain.execute(0), OCI_SUCCESS);
     const ub1 nullable[] = {0, 0, 1, 1};
     for (ub4 i = 0; i < 4; ++i)
-        EXPECT_EQ(attribute<ub1>(parameter(plain.handle, OCI_HTYPE_STMT, i + 1), OCI_ATTR_IS_NULL),
-                  nullable[i]);
+        EXPECT_EQ(attribute<ub1>(parameter(plain, i + 1), OCI_ATTR_IS_NULL), nullable[i]) << i;
     const ub2 types[] = {SQLT_CHR, SQLT_NUM, SQLT_DAT, SQLT_NUM, SQLT_CHR, SQLT_BIN, SQLT_CHR, SQLT_NUM};
     for (ub4 i = 0; i < 8; ++i)
-        EXPECT_EQ(attribute<ub2>(parameter(query.handle, OCI_HTYPE_STMT, i + 1), OCI_ATTR_DATA_TYPE),
-                  types[i])
-            << i;
+        EXPECT_EQ(attribute<ub2>(parameter(query, i + 1), OCI_ATTR_DATA_TYPE), types[i]) << i;
 }
 
 TEST_F(describe, parameters_live_as_long_as_what_they_describe)
 {
     ASSERT_EQ(db.run("CREATE TABLE t (a NUMBER, b DATE)"), 0);
     prepared query(db, "SELECT a, b FROM t");
-    EXPECT_EQ(parameter(query.handle, OCI_HTYPE_STMT, 1), nullptr);
+    EXPECT_EQ(parameter(query, 1), nullptr);
     EXPECT_EQ(db.code(), 24338);
     ASSERT_EQ(query.execute(0, OCI_DESCRIBE_ONLY), OCI_SUCCESS);
     for (const ub4 position : {0U, 3U}) {
-        EXPECT_EQ(parameter(query.handle, OCI_HTYPE_STMT, position), nullptr);
+        EXPECT_EQ(parameter(query, position), nullptr);
         EXPECT_EQ(db.code(), 24334);
     }
-    OCIParam *const first = parameter(query.handle, OCI_HTYPE_STMT, 1);
-    const OCIParam *const second = parameter(query.handle, OCI_HTYPE_STMT, 2);
+    OCIParam *const first = parameter(query, 1);
+    const OCIParam *const second = parameter(query, 2);
     ASSERT_EQ(query.execute(0), OCI_SUCCESS);
     EXPECT_EQ(attribute<ub2>(second, OCI_ATTR_DATA_TYPE), SQLT_DAT) << "an execution leaves it alone";
-    EXPECT_EQ(OCIDescriptorFree(first, OCI_DTYPE_PARAM), OCI_SUCCESS);
     ub2 type = 0;
-    EXPECT_EQ(OCIAttrGet(first, OCI_DTYPE_PARAM, &type, nullptr, OCI_ATTR_DATA_TYPE, db.errors),
-              OCI_INVALID_HANDLE);
-    EXPECT_EQ(OCIAttrGet(second, OCI_DTYPE_PARAM, &type, nullptr, OCI_ATTR_NUM_COLS, db.errors), OCI_ERROR);
-    EXPECT_EQ(db.code(), 24315);
+    const auto read = [&](const OCIParam *of, ub4 which) {
+        return OCIAttrGet(of, OCI_DTYPE_PARAM, &type, nullptr, which, db.errors);
+    };
+    EXPECT_EQ(OCIDescriptorFree(first, OCI_DTYPE_PARAM), OCI_SUCCESS);
+    EXPECT_EQ(read(first, OCI_ATTR_DATA_TYPE), OCI_INVALID_HANDLE);
+    EXPECT_TRUE(db.fails(read(second, OCI_ATTR_NUM_COLS), 24315));
     OCIStmtPrepare(query.handle, db.errors, text("DELETE FROM t"), 13, OCI_NTV_SYNTAX, OCI_DEFAULT);
-    EXPECT_EQ(OCIAttrGet(second, OCI_DTYPE_PARAM, &type, nullptr, OCI_ATTR_DATA_TYPE, db.errors),
-              OCI_INVALID_HANDLE);
+    EXPECT_EQ(read(second, OCI_ATTR_DATA_TYPE), OCI_INVALID_HANDLE);
     ASSERT_EQ(query.execute(1), OCI_SUCCESS);
-    EXPECT_EQ(parameter(query.handle, OCI_HTYPE_STMT, 1), nullptr);
+    EXPECT_EQ(parameter(query, 1), nullptr);
     EXPECT_EQ(db.code(), 24334);
 }
 
 TEST_F(describe, tables_and_views_are_found_by_name)
 {
-    ASSERT_EQ(db.run("CREATE TABLE city (id NUMBER NOT NULL, \"Name\" VARCHAR2(40))"), 0);
-    ASSERT_EQ(db.run("CREATE TABLE \"Odd.Name\" (a DATE)"), 0);
-    ASSERT_EQ(db.run("CREATE VIEW names AS SELECT \"Name\", id + 1 FROM city"), 0);
-    const struct {
-        const char *name;
-        ub1 wanted;
-        int code;
-        ub1 kind;
-        const char *shown;
-        ub2 columns;
-    } cases[] = {
-        {"city", OCI_PTYPE_UNK, 0, OCI_PTYPE_TABLE, "CITY", 2},
-        {"CITY", OCI_PTYPE_TABLE, 0, OCI_PTYPE_TABLE, "CITY", 2},
-        {" \"city\" ", OCI_PTYPE_TABLE, 0, OCI_PTYPE_TABLE, "CITY", 2},
-        {"main.City", OCI_PTYPE_TABLE, 0, OCI_PTYPE_TABLE, "CITY", 2},
-        {"\"Odd.Name\"", OCI_PTYPE_TABLE, 0, OCI_PTYPE_TABLE, "Odd.Name", 1},
-        {"Names", OCI_PTYPE_VIEW, 0, OCI_PTYPE_VIEW, "NAMES", 2},
-        {"dual", OCI_PTYPE_UNK, 0, OCI_PTYPE_TABLE, "DUAL", 1},
-        {"names", OCI_PTYPE_TABLE, 4043, 0, "", 0},
-        {"city", OCI_PTYPE_VIEW, 4043, 0, "", 0},
-        {"missing", OCI_PTYPE_UNK, 4043, 0, "", 0},
-        {"other.city", OCI_PTYPE_UNK, 4043, 0, "", 0},
-        {"", OCI_PTYPE_UNK, 4043, 0, "", 0},
-        {"city", OCI_PTYPE_PROC, 3001, 0, "", 0},
+    db.run_all({"CREATE TABLE city (id NUMBER NOT NULL, \"Name\" VARCHAR2(40))",
+                "CREATE TABLE \"Odd.Name\" (a DATE)",
+                "CREATE VIEW names AS SELECT \"Name\", id + 1 FROM city"});
+    const std::tuple<const char *, ub1, ub1, const char *, ub2> found[] = {
+        {"city", OCI_PTYPE_UNK, OCI_PTYPE_TABLE, "CITY", 2},
+        {"CITY", OCI_PTYPE_TABLE, OCI_PTYPE_TABLE, "CITY", 2},
+        {" \"city\" ", OCI_PTYPE_TABLE, OCI_PTYPE_TABLE, "CITY", 2},
+        {"main.City", OCI_PTYPE_TABLE, OCI_PTYPE_TABLE, "CITY", 2},
+        {"\"Odd.Name\"", OCI_PTYPE_TABLE, OCI_PTYPE_TABLE, "Odd.Name", 1},
+        {"Names", OCI_PTYPE_VIEW, OCI_PTYPE_VIEW, "NAMES", 2},
+        {"dual", OCI_PTYPE_UNK, OCI_PTYPE_TABLE, "DUAL", 1},
     };
     EXPECT_EQ(object(), nullptr);
-    for (const auto &tested : cases) {
-        SCOPED_TRACE(tested.name);
-        ASSERT_EQ(describe_any(tested.name, tested.wanted), tested.code) << db.message();
-        if (tested.code)
-            continue;
-        EXPECT_EQ(attribute<ub1>(object(), OCI_ATTR_PTYPE), tested.kind);
-        EXPECT_EQ(text_attribute(object(), OCI_ATTR_OBJ_NAME), tested.shown);
-        EXPECT_EQ(attribute<ub2>(object(), OCI_ATTR_NUM_COLS), tested.columns);
+    for (const auto &[name, wanted, kind, shown, columns] : found) {
+        SCOPED_TRACE(name);
+        ASSERT_EQ(describe_any(name, wanted), 0) << db.message();
+        EXPECT_EQ(attribute<ub1>(object(), OCI_ATTR_PTYPE), kind);
+        EXPECT_EQ(text_attribute(object(), OCI_ATTR_OBJ_NAME), shown);
+        EXPECT_EQ(attribute<ub2>(object(), OCI_ATTR_NUM_COLS), columns);
     }
+    const std::tuple<const char *, ub1, int> refused[] = {
+        {"names", OCI_PTYPE_TABLE, 4043},    {"city", OCI_PTYPE_VIEW, 4043}, {"missing", OCI_PTYPE_UNK, 4043},
+        {"other.city", OCI_PTYPE_UNK, 4043}, {"", OCI_PTYPE_UNK, 4043},      {"city", OCI_PTYPE_PROC, 3001},
+    };
+    for (const auto &[name, wanted, code] : refused)
+        EXPECT_EQ(describe_any(name, wanted), code) << name;
     ASSERT_EQ(describe_any("city"), 0);
     const auto *const list = attribute<OCIParam *>(object(), OCI_ATTR_LIST_COLUMNS);
     EXPECT_EQ(attribute<ub2>(list, OCI_ATTR_NUM_PARAMS), 2u);
-    EXPECT_EQ(parameter(list, OCI_DTYPE_PARAM, 3), nullptr);
+    EXPECT_EQ(parameter(list, 3), nullptr);
     EXPECT_EQ(db.code(), 24334);
-    EXPECT_EQ(text_attribute(parameter(list, OCI_DTYPE_PARAM, 2), OCI_ATTR_NAME), "Name");
-    EXPECT_EQ(attribute<ub1>(parameter(list, OCI_DTYPE_PARAM, 1), OCI_ATTR_IS_NULL), 0);
+    EXPECT_EQ(text_attribute(parameter(list, 2), OCI_ATTR_NAME), "Name");
+    EXPECT_EQ(attribute<ub1>(parameter(list, 1), OCI_ATTR_IS_NULL), 0);
 }
 
 TEST_F(describe, locale_data)
 {
-    const struct {
-        ub2 item;
-        const char *expected;
-    } cases[] = {
-        {OCI_NLS_DAYNAME1, "Monday"},
-        {OCI_NLS_DAYNAME7, "Sunday"},
-        {OCI_NLS_ABDAYNAME1, "Mon"},
-        {OCI_NLS_ABDAYNAME7, "Sun"},
-        {OCI_NLS_MONTHNAME1, "January"},
-        {OCI_NLS_MONTHNAME12, "December"},
-        {OCI_NLS_ABMONTHNAME1, "Jan"},
-        {OCI_NLS_ABMONTHNAME12, "Dec"},
-        {OCI_NLS_DATEFORMAT, "DD-MON-RR"},
-        {OCI_NLS_DECIMAL, "."},
-        {OCI_NLS_GROUP, ","},
-        {OCI_NLS_LANGUAGE, "AMERICAN"},
-        {OCI_NLS_TERRITORY, "AMERICA"},
-        {OCI_NLS_CHARACTER_SET, "AL32UTF8"},
-        {OCI_NLS_CALENDAR, "GREGORIAN"},
+    const std::pair<ub2, const char *> cases[] = {
+        {OCI_NLS_DAYNAME1, "Monday"},   {OCI_NLS_DAYNAME7, "Sunday"},   {OCI_NLS_MONTHNAME1, "January"},
+        {OCI_NLS_ABDAYNAME1, "Mon"},    {OCI_NLS_ABDAYNAME7, "Sun"},    {OCI_NLS_MONTHNAME12, "December"},
+        {OCI_NLS_ABMONTHNAME1, "Jan"},  {OCI_NLS_ABMONTHNAME12, "Dec"}, {OCI_NLS_DATEFORMAT, "DD-MON-RR"},
+        {OCI_NLS_DECIMAL, "."},         {OCI_NLS_GROUP, ","},           {OCI_NLS_CHARACTER_SET, "AL32UTF8"},
+        {OCI_NLS_LANGUAGE, "AMERICAN"}, {OCI_NLS_TERRITORY, "AMERICA"}, {OCI_NLS_CALENDAR, "GREGORIAN"},
     };
     OraText buffer[OCI_NLS_MAXBUFSZ];
-    for (const auto &tested : cases) {
-        ASSERT_EQ(OCINlsGetInfo(db.env, db.errors, buffer, sizeof buffer, tested.item), OCI_SUCCESS);
-        EXPECT_STREQ(reinterpret_cast<char *>(buffer), tested.expected);
+    for (const auto &[item, expected] : cases) {
+        ASSERT_EQ(OCINlsGetInfo(db.env, db.errors, buffer, sizeof buffer, item), OCI_SUCCESS);
+        EXPECT_STREQ(reinterpret_cast<char *>(buffer), expected);
     }
-    EXPECT_EQ(OCINlsGetInfo(db.env, db.errors, buffer, 6, OCI_NLS_DAYNAME1), OCI_ERROR);
-    EXPECT_EQ(db.code(), 1877);
+    EXPECT_TRUE(db.fails(OCINlsGetInfo(db.env, db.errors, buffer, 6, OCI_NLS_DAYNAME1), 1877));
     EXPECT_EQ(OCINlsGetInfo(db.env, db.errors, buffer, sizeof buffer, 77), OCI_ERROR);
     EXPECT_EQ(OCINlsGetInfo(db.errors, db.errors, buffer, sizeof buffer, 1), OCI_INVALID_HANDLE);
     const client wide(OCI_UTF16ID);

@@ -82,21 +82,15 @@ sb4 take(void *context, OCIDefine *, ub4 row, void **buffer, ub4 **length, ub1 *
 
 sword bind_source(const prepared &statement, ub2 type, source &from, sb4 size = 1 << 20)
 {
-    OCIBind *made = nullptr;
-    EXPECT_EQ(OCIBindByName(statement.handle, &made, statement.client.errors, text(":x"), 2, nullptr, size,
-                            type, nullptr, nullptr, nullptr, 0, nullptr, OCI_DATA_AT_EXEC),
-              OCI_SUCCESS);
-    return OCIBindDynamic(made, statement.client.errors, &from, give, nullptr, nullptr);
+    EXPECT_EQ(statement.bind(":x", nullptr, size, type, nullptr, nullptr, OCI_DATA_AT_EXEC), OCI_SUCCESS);
+    return OCIBindDynamic(statement.last_bind, statement.client.errors, &from, give, nullptr, nullptr);
 }
 
 sword define_target(const prepared &statement, ub2 type, sb4 size, target &into)
 {
-    OCIDefine *made = nullptr;
-    EXPECT_EQ(OCIDefineByPos(statement.handle, &made, statement.client.errors, 1, nullptr, size, type,
-                             nullptr, nullptr, nullptr, OCI_DYNAMIC_FETCH),
-              OCI_SUCCESS)
-        << statement.client.message();
-    return OCIDefineDynamic(made, statement.client.errors, &into, take);
+    EXPECT_TRUE(statement.client.succeeds(
+        statement.define(1, nullptr, size, type, nullptr, nullptr, nullptr, OCI_DYNAMIC_FETCH)));
+    return OCIDefineDynamic(statement.last_define, statement.client.errors, &into, take);
 }
 
 TEST_F(dynamic, values_pass_in_pieces)
@@ -105,10 +99,7 @@ TEST_F(dynamic, values_pass_in_pieces)
     std::string many;
     for (int i = 0; i < 1000; ++i)
         many += accents;
-    const struct {
-        ub2 type;
-        std::vector<std::optional<std::string>> rows;
-    } cases[] = {
+    const std::pair<ub2, std::vector<std::optional<std::string>>> cases[] = {
         {SQLT_CHR, {"short", many, std::nullopt, accents}},
         {SQLT_LNG, {many, "x"}},
         {SQLT_BIN, {bytes, std::nullopt, many}},
@@ -121,12 +112,12 @@ TEST_F(dynamic, values_pass_in_pieces)
             const prepared insert(db, "INSERT INTO t(x) VALUES(:x)");
             source from{rows, size};
             ASSERT_EQ(bind_source(insert, type, from), OCI_SUCCESS);
-            ASSERT_EQ(insert.execute(static_cast<ub4>(rows.size())), OCI_SUCCESS) << db.message();
+            ASSERT_TRUE(db.succeeds(insert.execute(static_cast<ub4>(rows.size()))));
 
             const prepared query(db, "SELECT x FROM t ORDER BY id");
             target into{size};
             ASSERT_EQ(define_target(query, type, 1 << 30, into), OCI_SUCCESS);
-            ASSERT_EQ(query.execute(static_cast<ub4>(rows.size())), OCI_SUCCESS) << db.message();
+            ASSERT_TRUE(db.succeeds(query.execute(static_cast<ub4>(rows.size()))));
             into.collect();
             ASSERT_EQ(into.rows.size(), rows.size());
             for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -146,7 +137,7 @@ TEST_F(dynamic, numbers_pass_whole)
     target into{sizeof(int)};
     ASSERT_EQ(bind_source(query, SQLT_INT, from, sizeof given), OCI_SUCCESS);
     ASSERT_EQ(define_target(query, SQLT_INT, sizeof(int), into), OCI_SUCCESS);
-    ASSERT_EQ(query.execute(1), OCI_SUCCESS) << db.message();
+    ASSERT_TRUE(db.succeeds(query.execute(1)));
     EXPECT_EQ(*reinterpret_cast<const int *>(into.buffer.data()), 42);
     EXPECT_EQ(into.code, 0);
 }
@@ -159,8 +150,7 @@ TEST_F(dynamic, programs_can_stop_or_take_less)
     target into{3};
     ASSERT_EQ(bind_source(query, SQLT_CHR, from), OCI_SUCCESS);
     ASSERT_EQ(define_target(query, SQLT_CHR, 100, into), OCI_SUCCESS);
-    EXPECT_EQ(query.execute(1), OCI_ERROR);
-    EXPECT_EQ(db.code(), 24343);
+    EXPECT_TRUE(db.fails(query.execute(1), 24343));
 
     from = {{"a value"}, 2};
     into.wanted = OCI_ONE_PIECE;
@@ -169,23 +159,13 @@ TEST_F(dynamic, programs_can_stop_or_take_less)
     EXPECT_EQ(into.buffer, "a v");
     EXPECT_EQ(into.code, 1406);
 
-    // Without its callback, and with a callback for what is in the program's memory already.
-    OCIBind *made = nullptr;
-    char value[10] = "x";
-    const auto bind = [&](ub4 mode) {
-        return OCIBindByName(query.handle, &made, db.errors, text(":x"), 2, value, 1, SQLT_CHR, nullptr,
-                             nullptr, nullptr, 0, nullptr, mode);
-    };
-    ASSERT_EQ(bind(OCI_DEFAULT), OCI_SUCCESS);
-    EXPECT_EQ(OCIBindDynamic(made, db.errors, &from, give, nullptr, nullptr), OCI_ERROR);
-    EXPECT_EQ(db.code(), 24315);
+    // A callback for what is in the program's memory already, and none for what is not.
+    char value[] = "x";
+    query.in(":x", value, SQLT_CHR);
+    EXPECT_TRUE(db.fails(OCIBindDynamic(query.last_bind, db.errors, &from, give, nullptr, nullptr), 24315));
     const prepared other(db, "SELECT :x FROM dual");
-    made = nullptr;
-    ASSERT_EQ(OCIBindByName(other.handle, &made, db.errors, text(":x"), 2, nullptr, 10, SQLT_CHR, nullptr,
-                            nullptr, nullptr, 0, nullptr, OCI_DATA_AT_EXEC),
-              OCI_SUCCESS);
-    EXPECT_EQ(other.execute(0), OCI_ERROR);
-    EXPECT_EQ(db.code(), 3001);
+    ASSERT_EQ(other.bind(":x", nullptr, 10, SQLT_CHR, nullptr, nullptr, OCI_DATA_AT_EXEC), OCI_SUCCESS);
+    EXPECT_TRUE(db.fails(other.execute(0), 3001));
 }
 
 } // namespace

@@ -9,6 +9,8 @@ namespace sqlite_oci_test
 namespace
 {
 
+using namespace std::string_literals;
+
 class fetch : public sqlite_oci_test
 {
 protected:
@@ -18,7 +20,7 @@ protected:
         const prepared query(db, "SELECT " + std::string(expression) + " FROM dual");
         std::string bytes(static_cast<std::size_t>(size) + 4, '#');
         sb2 indicator = 0;
-        EXPECT_EQ(query.define(1, bytes.data(), size, type, &indicator, length), OCI_SUCCESS) << db.message();
+        EXPECT_TRUE(db.succeeds(query.define(1, bytes.data(), size, type, &indicator, length)));
         const sword status = query.execute(1);
         EXPECT_EQ(bytes.substr(static_cast<std::size_t>(size)), "####")
             << "nothing is written behind the variable";
@@ -39,26 +41,22 @@ protected:
 
 TEST_F(fetch, values_become_numbers)
 {
-    const struct {
-        const char *expression;
-        std::int64_t integer;
-        double real;
-    } cases[] = {
+    const std::tuple<const char *, std::int64_t, double> cases[] = {
         {"0", 0, 0},         {"-17", -17, -17},
         {"1.9", 1, 1.9},     {"-1.9", -1, -1.9},
         {"'12'", 12, 12},    {"' -3.75 '", -3, -3.75},
         {"'1E2'", 100, 100}, {"9007199254740993", 9007199254740993, 9007199254740993.0},
     };
-    for (const auto &tested : cases) {
-        SCOPED_TRACE(tested.expression);
-        EXPECT_EQ(plain<std::int64_t>(tested.expression, SQLT_INT), tested.integer);
-        EXPECT_EQ(plain<double>(tested.expression, SQLT_FLT), tested.real);
-        EXPECT_EQ(plain<double>(tested.expression, SQLT_BDOUBLE), tested.real);
-        EXPECT_EQ(plain<float>(tested.expression, SQLT_BFLOAT), static_cast<float>(tested.real));
-        const auto number = plain<OCINumber>(tested.expression, SQLT_VNU);
+    for (const auto &[expression, integer, real] : cases) {
+        SCOPED_TRACE(expression);
+        EXPECT_EQ(plain<std::int64_t>(expression, SQLT_INT), integer);
+        EXPECT_EQ(plain<double>(expression, SQLT_FLT), real);
+        EXPECT_EQ(plain<double>(expression, SQLT_BDOUBLE), real);
+        EXPECT_EQ(plain<float>(expression, SQLT_BFLOAT), static_cast<float>(real));
+        const auto number = plain<OCINumber>(expression, SQLT_VNU);
         double back = 0;
         EXPECT_EQ(OCINumberToReal(db.errors, &number, sizeof back, &back), OCI_SUCCESS);
-        EXPECT_EQ(back, tested.real);
+        EXPECT_EQ(back, real);
     }
     EXPECT_EQ(plain<std::int8_t>("-128", SQLT_INT), -128);
     EXPECT_EQ(plain<std::uint8_t>("255", SQLT_UIN), 255);
@@ -70,12 +68,7 @@ TEST_F(fetch, values_become_numbers)
 
 TEST_F(fetch, what_cannot_be_converted_is_an_error)
 {
-    const struct {
-        const char *expression;
-        ub2 type;
-        sb4 size;
-        int code;
-    } cases[] = {
+    const std::tuple<const char *, ub2, sb4, int> cases[] = {
         {"'abc'", SQLT_INT, 4, 1722},      {"'abc'", SQLT_FLT, 8, 1722},
         {"'1x'", SQLT_VNU, 22, 1722},      {"128", SQLT_INT, 1, 1455},
         {"2147483648", SQLT_INT, 4, 1455}, {"1e30", SQLT_INT, 8, 1455},
@@ -85,47 +78,30 @@ TEST_F(fetch, what_cannot_be_converted_is_an_error)
         {"'soon'", SQLT_DAT, 7, 1861},     {"'2023-02-29'", SQLT_ODT, sizeof(OCIDate), 1861},
         {"1", SQLT_BIN, 4, 932},           {"'xyz'", SQLT_BIN, 4, 1465},
     };
-    for (const auto &tested : cases)
-        EXPECT_EQ(value(tested.expression, tested.type, tested.size), "ORA-" + std::to_string(tested.code))
-            << tested.expression << " as " << tested.type;
+    for (const auto &[expression, type, size, code] : cases)
+        EXPECT_EQ(value(expression, type, size), "ORA-" + std::to_string(code)) << expression << ' ' << type;
 }
 
 TEST_F(fetch, values_become_texts)
 {
-    const struct {
-        const char *expression;
-        std::string bytes;
-        sb4 size;
-        ub2 type;
-        ub2 length;
-    } cases[] = {
-        {"'abc'", "abc##", 5, SQLT_CHR, 3},
-        {"'abc'", std::string("abc\0#", 5), 5, SQLT_STR, 3},
-        {"'abc'", "abc  ", 5, SQLT_AFC, 5},
-        {"'abc'", std::string("abc  \0", 6), 6, SQLT_AVC, 5},
-        {"'abc'", "abc#", 4, SQLT_LNG, 3},
-        {"''", std::string("\0#", 2), 2, SQLT_STR, 0},
-        {"-12", "-12#", 4, SQLT_CHR, 3},
-        {"0.5", ".5##", 4, SQLT_CHR, 2},
-        {"12.50", "12.5#", 5, SQLT_CHR, 4},
-        {"1e20", "100000000000000000000", 21, SQLT_CHR, 21},
-        {"x'0aFF'", "0AFF#", 5, SQLT_CHR, 4},
-        {"x'0aFF'", "\x0A\xFF#", 3, SQLT_BIN, 2},
-        {"'0aFf'", "\x0A\xFF#", 3, SQLT_BIN, 2},
-        {"'abcdef'", "abcd", 4, SQLT_CHR, 4},
-        {"'abcdef'", std::string("abc\0", 4), 4, SQLT_STR, 3},
-        {"'abcdef'", "abc", 3, SQLT_AFC, 3},
-        {"x'010203'", "\x01\x02", 2, SQLT_BIN, 2},
-        {"'a\xC3\xA9'", "a#", 2, SQLT_CHR, 1}, // a character is not cut in two
-        {"'2024-02-29 13:05:00'", "\x78\x7C\x02\x1D\x0E\x06\x01", 7, SQLT_DAT, 7},
-        {"'2024-02-29'", "\x78\x7C\x02\x1D\x01\x01\x01", 7, SQLT_DAT, 7},
+    const std::tuple<const char *, std::string, sb4, ub2, ub2> cases[] = {
+        {"'abc'", "abc##", 5, SQLT_CHR, 3},        {"'abc'", "abc\0#"s, 5, SQLT_STR, 3},
+        {"'abc'", "abc  ", 5, SQLT_AFC, 5},        {"'abc'", "abc  \0"s, 6, SQLT_AVC, 5},
+        {"'abc'", "abc#", 4, SQLT_LNG, 3},         {"''", "\0#"s, 2, SQLT_STR, 0},
+        {"-12", "-12#", 4, SQLT_CHR, 3},           {"0.5", ".5##", 4, SQLT_CHR, 2},
+        {"12.50", "12.5#", 5, SQLT_CHR, 4},        {"1e20", "100000000000000000000", 21, SQLT_CHR, 21},
+        {"x'0aFF'", "0AFF#", 5, SQLT_CHR, 4},      {"x'0aFF'", "\x0A\xFF#", 3, SQLT_BIN, 2},
+        {"'0aFf'", "\x0A\xFF#", 3, SQLT_BIN, 2},   {"'abcdef'", "abcd", 4, SQLT_CHR, 4},
+        {"'abcdef'", "abc\0"s, 4, SQLT_STR, 3},    {"'abcdef'", "abc", 3, SQLT_AFC, 3},
+        {"x'010203'", "\x01\x02", 2, SQLT_BIN, 2}, {"'a\xC3\xA9'", "a#", 2, SQLT_CHR, 1},
     };
-    for (const auto &tested : cases) {
+    for (const auto &[expression, bytes, size, type, told] : cases) {
         ub2 length = 99;
-        EXPECT_EQ(value(tested.expression, tested.type, tested.size, &length), tested.bytes)
-            << tested.expression << " as " << tested.type;
-        EXPECT_EQ(length, tested.length) << tested.expression << " as " << tested.type;
+        EXPECT_EQ(value(expression, type, size, &length), bytes) << expression << " as " << type;
+        EXPECT_EQ(length, told) << expression << " as " << type;
     }
+    EXPECT_EQ(value("'2024-02-29 13:05:00'", SQLT_DAT, 7), "\x78\x7C\x02\x1D\x0E\x06\x01");
+    EXPECT_EQ(value("'2024-02-29'", SQLT_DAT, 7), "\x78\x7C\x02\x1D\x01\x01\x01");
     const auto date = plain<OCIDate>("'1999-12-31 23:59:58'", SQLT_ODT);
     EXPECT_EQ(date.OCIDateYYYY, 1999);
     EXPECT_EQ(date.OCIDateTime.OCITimeSS, 58);
@@ -134,17 +110,9 @@ TEST_F(fetch, values_become_texts)
 // How a null and a cut value are told, by what the program gave to be told with.
 TEST_F(fetch, nulls_and_cuts_are_reported)
 {
-    const std::string long_text(40000, 'x');
-    ASSERT_EQ(db.run("CREATE TABLE t (null_value NUMBER, short VARCHAR2(10), long CLOB)"), 0);
-    ASSERT_EQ(db.run("INSERT INTO t VALUES (NULL, 'abcdefghij', '" + long_text + "')"), 0);
-    const struct {
-        const char *column;
-        bool has_indicator, has_code;
-        sword status;
-        int record;
-        sb2 indicator;
-        ub2 code;
-    } cases[] = {
+    db.run_all({"CREATE TABLE t (null_value NUMBER, short VARCHAR2(10), long CLOB)",
+                "INSERT INTO t VALUES (NULL, 'abcdefghij', '" + std::string(40000, 'x') + "')"});
+    const std::tuple<const char *, bool, bool, sword, int, sb2, ub2> cases[] = {
         {"null_value", true, false, OCI_SUCCESS, 0, -1, 0},
         {"null_value", true, true, OCI_SUCCESS, 0, -1, 1405},
         {"null_value", false, true, OCI_SUCCESS_WITH_INFO, 24345, 0, 1405},
@@ -155,22 +123,20 @@ TEST_F(fetch, nulls_and_cuts_are_reported)
         {"short", false, false, OCI_SUCCESS_WITH_INFO, 1406, 0, 0},
         {"long", true, true, OCI_SUCCESS_WITH_INFO, 24345, -2, 1406},
     };
-    for (const auto &tested : cases) {
-        SCOPED_TRACE(testing::Message() << tested.column << tested.has_indicator << tested.has_code);
+    for (const auto &[column, has_indicator, has_code, status, record, told, told_code] : cases) {
+        SCOPED_TRACE(testing::Message() << column << has_indicator << has_code);
         const client fresh;
-        const prepared query(db, std::string("SELECT ") + tested.column + " FROM t");
+        const prepared query(db, std::string("SELECT ") + column + " FROM t");
         char fetched[4];
         sb2 indicator = 0;
         ub2 code = 0;
-        ASSERT_EQ(query.define(1, fetched, sizeof fetched, SQLT_CHR,
-                               tested.has_indicator ? &indicator : nullptr, nullptr,
-                               tested.has_code ? &code : nullptr),
-                  OCI_SUCCESS);
+        query.out(1, fetched, SQLT_CHR, has_indicator ? &indicator : nullptr, nullptr,
+                  has_code ? &code : nullptr);
         EXPECT_EQ(OCIStmtExecute(db.service, query.handle, fresh.errors, 1, 0, nullptr, nullptr, OCI_DEFAULT),
-                  tested.status);
-        EXPECT_EQ(fresh.code(), tested.record);
-        EXPECT_EQ(indicator, tested.indicator);
-        EXPECT_EQ(code, tested.code);
+                  status);
+        EXPECT_EQ(fresh.code(), record);
+        EXPECT_EQ(indicator, told);
+        EXPECT_EQ(code, told_code);
     }
 }
 
@@ -184,17 +150,14 @@ TEST_F(fetch, arrays_are_filled_in_pieces_with_skipped_columns)
         sb2 state;
         ub2 length, code;
     } rows[4];
-    OCIDefine *number = nullptr, *name = nullptr;
-    ASSERT_EQ(OCIDefineByPos(query.handle, &number, db.errors, 2, &rows[0].number, 2, SQLT_INT, nullptr,
-                             nullptr, nullptr, OCI_DEFAULT),
+    auto &[number, name, state, length, code] = rows[0];
+    query.out(2, number, SQLT_INT);
+    ASSERT_EQ(OCIDefineArrayOfStruct(query.last_define, db.errors, sizeof(row), 0, 0, 0), OCI_SUCCESS);
+    query.out(3, name, SQLT_STR, &state, &length, &code);
+    ASSERT_EQ(OCIDefineArrayOfStruct(query.last_define, db.errors, sizeof(row), sizeof(row), sizeof(row),
+                                     sizeof(row)),
               OCI_SUCCESS);
-    ASSERT_EQ(OCIDefineByPos(query.handle, &name, db.errors, 3, rows[0].name, 4, SQLT_STR, &rows[0].state,
-                             &rows[0].length, &rows[0].code, OCI_DEFAULT),
-              OCI_SUCCESS);
-    ASSERT_EQ(OCIDefineArrayOfStruct(number, db.errors, sizeof(row), 0, 0, 0), OCI_SUCCESS);
-    ASSERT_EQ(OCIDefineArrayOfStruct(name, db.errors, sizeof(row), sizeof(row), sizeof(row), sizeof(row)),
-              OCI_SUCCESS);
-    ASSERT_EQ(query.execute(4), OCI_SUCCESS) << db.message();
+    ASSERT_TRUE(db.succeeds(query.execute(4)));
     EXPECT_EQ(rows[3].number, 4);
     EXPECT_STREQ(rows[3].name, "n4");
     EXPECT_EQ(rows[2].state, OCI_IND_NULL);
@@ -215,13 +178,11 @@ TEST_F(fetch, arrays_are_filled_in_pieces_with_skipped_columns)
 
 TEST_F(fetch, many_and_long_rows_come_back_as_they_were)
 {
-    ASSERT_EQ(db.run("CREATE TABLE t (i NUMBER, short VARCHAR2(30), long CLOB, bytes BLOB)"), 0);
-    ASSERT_EQ(db.run("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 19999) "
-                     "INSERT INTO t SELECT i * i * i * 7919 * (i % 2 * 2 - 1), 'row ' || i, "
-                     "CASE WHEN i % 1000 = 7 THEN printf('%.*c', i * 10, 'x') WHEN i % 5 = 0 THEN 'z' END, "
-                     "zeroblob(i % 300) FROM n"),
-              0)
-        << db.message();
+    db.run_all({"CREATE TABLE t (i NUMBER, short VARCHAR2(30), long CLOB, bytes BLOB)",
+                "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 19999) "
+                "INSERT INTO t SELECT i * i * i * 7919 * (i % 2 * 2 - 1), 'row ' || i, "
+                "CASE WHEN i % 1000 = 7 THEN printf('%.*c', i * 10, 'x') WHEN i % 5 = 0 THEN 'z' END, "
+                "zeroblob(i % 300) FROM n"});
     const prepared query(db,
                          "SELECT i, short, length(long), long, length(bytes), bytes FROM t ORDER BY rowid");
     constexpr ub4 batch = 64;
@@ -231,13 +192,10 @@ TEST_F(fetch, many_and_long_rows_come_back_as_they_were)
     std::vector<char> content(batch * 200000), bytes(batch * 300);
     sb2 length_state[batch], content_state[batch];
     ub2 bytes_length[batch];
-    ASSERT_EQ(query.define(1, number, sizeof number[0], SQLT_INT), OCI_SUCCESS);
-    ASSERT_EQ(query.define(2, name, sizeof name[0], SQLT_STR), OCI_SUCCESS);
-    ASSERT_EQ(query.define(3, length, sizeof length[0], SQLT_INT, length_state), OCI_SUCCESS);
+    query.out(1, number, SQLT_INT).out(2, name, SQLT_STR).out(3, length, SQLT_INT, length_state);
     ASSERT_EQ(query.define(4, content.data(), 200000, SQLT_LNG, content_state), OCI_SUCCESS);
-    ASSERT_EQ(query.define(5, size, sizeof size[0], SQLT_INT), OCI_SUCCESS);
     ASSERT_EQ(query.define(6, bytes.data(), 300, SQLT_BIN, nullptr, bytes_length), OCI_SUCCESS);
-    ASSERT_EQ(query.execute(0), OCI_SUCCESS) << db.message();
+    ASSERT_TRUE(db.succeeds(query.out(5, size, SQLT_INT).execute(0)));
     sb8 i = 0;
     sword status = OCI_SUCCESS;
     while (status == OCI_SUCCESS) {
@@ -263,16 +221,8 @@ TEST_F(fetch, scrollable_statements_move_both_ways)
     const prepared query(db, "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 20) "
                              "SELECT i FROM n");
     sb4 number[3] = {};
-    ASSERT_EQ(query.define(1, number, sizeof number[0], SQLT_INT), OCI_SUCCESS);
-    ASSERT_EQ(query.execute(0, OCI_STMT_SCROLLABLE_READONLY), OCI_SUCCESS);
-    const struct {
-        ub4 rows;
-        ub2 orientation;
-        sb4 offset;
-        sword status;
-        sb4 first;
-        ub4 position;
-    } steps[] = {
+    ASSERT_EQ(query.out(1, number, SQLT_INT).execute(0, OCI_STMT_SCROLLABLE_READONLY), OCI_SUCCESS);
+    const std::tuple<ub4, ub2, sb4, sword, sb4, ub4> steps[] = {
         {1, OCI_FETCH_LAST, 0, OCI_SUCCESS, 20, 20},     {1, OCI_FETCH_PRIOR, 0, OCI_SUCCESS, 19, 19},
         {3, OCI_FETCH_FIRST, 0, OCI_SUCCESS, 1, 3},      {1, OCI_FETCH_CURRENT, 0, OCI_SUCCESS, 3, 3},
         {3, OCI_FETCH_ABSOLUTE, 5, OCI_SUCCESS, 5, 7},   {1, OCI_FETCH_RELATIVE, 4, OCI_SUCCESS, 11, 11},
@@ -280,72 +230,56 @@ TEST_F(fetch, scrollable_statements_move_both_ways)
         {2, OCI_FETCH_NEXT, 0, OCI_SUCCESS, 2, 3},       {3, OCI_FETCH_ABSOLUTE, 19, OCI_NO_DATA, 19, 20},
         {1, OCI_FETCH_NEXT, 0, OCI_NO_DATA, 19, 20},     {1, OCI_FETCH_ABSOLUTE, 99, OCI_NO_DATA, 19, 20},
     };
-    for (const auto &step : steps) {
-        SCOPED_TRACE(testing::Message() << "orientation " << step.orientation << " offset " << step.offset);
-        EXPECT_EQ(query.fetch(step.rows, step.orientation, step.offset), step.status);
-        EXPECT_EQ(number[0], step.first);
-        EXPECT_EQ(query.attribute<ub4>(OCI_ATTR_CURRENT_POSITION), step.position);
+    for (const auto &[rows, orientation, offset, status, first, position] : steps) {
+        SCOPED_TRACE(testing::Message() << "orientation " << orientation << " offset " << offset);
+        EXPECT_EQ(query.fetch(rows, orientation, offset), status);
+        EXPECT_EQ(number[0], first);
+        EXPECT_EQ(query.attribute<ub4>(OCI_ATTR_CURRENT_POSITION), position);
     }
     ASSERT_EQ(query.execute(0), OCI_SUCCESS);
-    EXPECT_EQ(query.fetch(1, OCI_FETCH_LAST), OCI_ERROR);
-    EXPECT_EQ(db.code(), 24391);
+    EXPECT_TRUE(db.fails(query.fetch(1, OCI_FETCH_LAST), 24391));
 }
 
 TEST_F(fetch, exact_fetches_and_misuse)
 {
     sb4 number[3] = {};
-    const auto exactly = [&](std::string_view sql, ub4 rows) {
-        const prepared query(db, sql);
-        EXPECT_EQ(query.define(1, number, sizeof number[0], SQLT_INT), OCI_SUCCESS);
-        const sword status = query.execute(rows, OCI_EXACT_FETCH);
-        return status == OCI_SUCCESS ? 0 : db.code();
+    const auto exactly = [&](std::string_view sql) {
+        return prepared(db, sql).out(1, number, SQLT_INT).execute(1, OCI_EXACT_FETCH);
     };
-    EXPECT_EQ(exactly("SELECT 1 FROM dual", 1), 0);
-    EXPECT_EQ(exactly("SELECT 1 FROM dual WHERE 1 = 0", 1), 1403);
-    EXPECT_EQ(exactly("SELECT 1 UNION SELECT 2", 1), 1422);
+    EXPECT_TRUE(db.succeeds(exactly("SELECT 1 FROM dual")));
+    EXPECT_EQ(exactly("SELECT 1 FROM dual WHERE 1 = 0"), OCI_NO_DATA);
+    EXPECT_EQ(db.code(), 1403);
+    EXPECT_TRUE(db.fails(exactly("SELECT 1 UNION SELECT 2"), 1422));
 
     const prepared query(db, "SELECT 1, 2 FROM dual");
-    EXPECT_EQ(query.fetch(1), OCI_ERROR);
-    EXPECT_EQ(db.code(), 24338);
+    EXPECT_TRUE(db.fails(query.fetch(1), 24338));
     ASSERT_EQ(query.execute(0), OCI_SUCCESS);
-    EXPECT_EQ(query.fetch(1), OCI_ERROR);
-    EXPECT_EQ(db.code(), 24374);
-    EXPECT_EQ(query.define(3, number, 4, SQLT_INT), OCI_ERROR) << "the columns are known now";
-    EXPECT_EQ(db.code(), 1007);
+    EXPECT_TRUE(db.fails(query.fetch(1), 24374));
+    EXPECT_TRUE(db.fails(query.define(3, number, 4, SQLT_INT), 1007)) << "the columns are known now";
+
+    const prepared cancelled(db, "SELECT 1 UNION SELECT 2");
+    ASSERT_EQ(cancelled.out(1, number, SQLT_INT).execute(1), OCI_SUCCESS);
+    EXPECT_EQ(cancelled.fetch(0), OCI_SUCCESS);
+    EXPECT_EQ(cancelled.fetch(1), OCI_NO_DATA) << "no rows fetched cancel the query";
 
     const prepared early(db, "SELECT 1 FROM dual");
-    ASSERT_EQ(early.define(2, number, 4, SQLT_INT), OCI_SUCCESS) << "not before execution";
-    EXPECT_EQ(early.execute(1), OCI_ERROR);
-    EXPECT_EQ(db.code(), 1007);
+    EXPECT_TRUE(db.fails(early.out(2, number, SQLT_INT).execute(1), 1007)) << "not before execution";
 
     const prepared change(db, "CREATE TABLE t (a NUMBER)");
     ASSERT_EQ(change.execute(1), OCI_SUCCESS);
-    EXPECT_EQ(change.fetch(1), OCI_ERROR);
-    EXPECT_EQ(db.code(), 24338);
+    EXPECT_TRUE(db.fails(change.fetch(1), 24338));
 }
 
 TEST_F(fetch, a_row_that_fails_does_not_block_those_behind_it)
 {
     const prepared query(db, "SELECT column1 FROM (VALUES ('1'), ('x'), ('3'))");
     sb4 number[3] = {};
-    ASSERT_EQ(query.define(1, number, sizeof number[0], SQLT_INT), OCI_SUCCESS);
-    ASSERT_EQ(query.execute(0), OCI_SUCCESS) << db.message();
-    EXPECT_EQ(query.fetch(3), OCI_ERROR);
-    EXPECT_EQ(db.code(), 1722);
+    ASSERT_TRUE(db.succeeds(query.out(1, number, SQLT_INT).execute(0)));
+    EXPECT_TRUE(db.fails(query.fetch(3), 1722));
     EXPECT_EQ(query.attribute<ub4>(OCI_ATTR_ROWS_FETCHED), 1u);
     EXPECT_EQ(number[0], 1);
     EXPECT_EQ(query.fetch(3), OCI_NO_DATA);
     EXPECT_EQ(number[0], 3);
-}
-
-TEST_F(fetch, nothing_fetched_cancels_the_query)
-{
-    const prepared query(db, "SELECT 1 UNION SELECT 2");
-    sb4 number = 0;
-    ASSERT_EQ(query.define(1, &number, 4, SQLT_INT), OCI_SUCCESS);
-    ASSERT_EQ(query.execute(1), OCI_SUCCESS);
-    EXPECT_EQ(query.fetch(0), OCI_SUCCESS);
-    EXPECT_EQ(query.fetch(1), OCI_NO_DATA);
 }
 
 } // namespace

