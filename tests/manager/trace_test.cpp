@@ -124,6 +124,10 @@ TEST_F(Trace, LongMessagesAreCut)
     /* The suffix is cut at 1023 characters, which costs it its line feed. */
     EXPECT_EQ(std::count(contents.begin(), contents.end(), 'f'), 4 * (1023 - 4));
     EXPECT_EQ(std::count(contents.begin(), contents.end(), '\n'), 0);
+
+    trace.clear();
+    writeLog(10, "test.cpp", 1, "up to%czero", '\0');
+    EXPECT_EQ(trace.records().at(0).text, "up to");
 }
 
 TEST_F(Trace, FileIsNamedAfterTheProcessInADirectoryTakenOnce)
