@@ -217,11 +217,27 @@ void write_bytes(benchmark::State &state)
     }
 }
 
+/* A connection of the calling thread's own; one for all repetitions. */
+const connection &thread_connection()
+{
+    static thread_local const connection c;
+    return c;
+}
+
 void commit_in_threads(benchmark::State &state)
 {
-    static thread_local const connection c; // in every thread its own, but no more with each repetition
+    const connection &c = thread_connection();
     for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(OCITransCommit(c.svchp, c.errhp, OCI_DEFAULT));
+}
+
+/* How far the machine lets two threads run at once. */
+void direct_in_threads(benchmark::State &state)
+{
+    const connection &c = thread_connection();
+    const direct_calls &d = null_backend();
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(d.trans_commit(c.svchp, c.errhp, OCI_DEFAULT));
 }
 
 void commit_at_level(benchmark::State &state)
@@ -254,8 +270,10 @@ void register_all()
     benchmark::RegisterBenchmark("handle/backends", backends_allocate_and_free);
     benchmark::RegisterBenchmark("record/written", write_record);
     benchmark::RegisterBenchmark("record/bare", write_bytes);
-    for (const int threads : {1, 2})
+    for (const int threads : {1, 2}) {
         benchmark::RegisterBenchmark("commit", commit_in_threads)->Threads(threads)->UseRealTime();
+        benchmark::RegisterBenchmark("direct", direct_in_threads)->Threads(threads)->UseRealTime();
+    }
     for (const int level : {10, 20, 30, 40, 45, 50})
         benchmark::RegisterBenchmark("level", commit_at_level)->Arg(level);
 }
