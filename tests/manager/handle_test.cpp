@@ -220,8 +220,8 @@ TEST_F(Allocated, Types)
         EXPECT_EQ(wrapper(handle)->type, type);
         EXPECT_EQ(OCIHandleFree(handle, type), OCI_SUCCESS);
     }
-    for (const ub4 type :
-         {50, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 62, 63, 65, 68, 69, 70, 71, 72, 77, 78, 79}) {
+    for (const ub4 type : {50U, 51U, 52U, 53U, 54U, 55U, 56U, 57U, 58U, 59U, 60U,
+                           62U, 63U, 65U, 68U, 69U, 70U, 71U, 72U, 77U, 78U, 79U}) {
         handle = allocate_descriptor(type);
         EXPECT_EQ(wrapper(handle)->type, type);
         EXPECT_EQ(OCIDescriptorFree(handle, type), OCI_SUCCESS);
