@@ -45,6 +45,9 @@ struct constant {
 #define UNSIGNED(type) CONSTANT((type)-1 < (type)1, 0)
 #define MEMBER(type, member, offset) CONSTANT(offsetof(type, member), offset)
 
+/* For the sizes of members. */
+static const XID any_xid = {0, 0, 0, {0}};
+
 /* Types that travel between callers and libraries; enumerations do so as a machine word. */
 static const struct constant layouts[] = LIST(
     SCALAR(ub1, 1), SCALAR(sb1, 1), SCALAR(ub2, 2), SCALAR(sb2, 2), SCALAR(ub4, 4), SCALAR(sb4, 4),
@@ -67,8 +70,8 @@ static const struct constant layouts[] = LIST(
     LAYOUT(OCIFocbkStruct, 16, 8), MEMBER(OCIFocbkStruct, callback_function, 0),
     MEMBER(OCIFocbkStruct, fo_ctx, 8), LAYOUT(ocixmldbparam, 16, 8),
     MEMBER(ocixmldbparam, name_ocixmldbparam, 0), MEMBER(ocixmldbparam, value_ocixmldbparam, 8),
-    CONSTANT(sizeof(((XID *)0)->formatID), 8), CONSTANT(sizeof(((XID *)0)->gtrid_length), 8),
-    CONSTANT(sizeof(((XID *)0)->bqual_length), 8), CONSTANT(sizeof(((XID *)0)->data), 128));
+    CONSTANT(sizeof any_xid.formatID, 8), CONSTANT(sizeof any_xid.gtrid_length, 8),
+    CONSTANT(sizeof any_xid.bqual_length, 8), CONSTANT(sizeof any_xid.data, 128));
 
 /* Constants that callers and libraries exchange most, each with its published number. */
 static const struct constant constants[] = LIST(
