@@ -94,8 +94,7 @@ void expect_calls(const std::vector<recording::call> &expected)
         }
         actual_calls.push_back(show(actual));
     }
-    for (const recording::call &c : expected)
-        expected_calls.push_back(show(c));
+    std::transform(expected.begin(), expected.end(), std::back_inserter(expected_calls), show);
     EXPECT_EQ(actual_calls, expected_calls);
     forget_calls();
 }
@@ -365,7 +364,7 @@ record argument_record(const std::string &prototype, words values, const excepti
         if (shown.empty())
             values.erase(values.begin() + used);
         else
-            text += "\n\t" + name + shown;
+            text.append("\n\t").append(name).append(shown);
         used += std::count(shown.begin(), shown.end(), '%');
     }
     return {OM_LOG_INFO, print_words(text, values)};
