@@ -60,6 +60,7 @@ TEST(library, what_is_not_served_says_so)
 template <class Work> void in_four_threads(const Work &work)
 {
     std::vector<std::jthread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i)
         threads.emplace_back(work, i);
 }
