@@ -1,9 +1,14 @@
 /*
  * The OCI, release 11g, for Linux x86-64, in C99 and C++: types, constants and the prototypes of all entry
- * points. Each header can also be included alone.
+ * points. Each header can also be included alone. The headers that have no oci_ before their name are other
+ * names of these, which applications include.
  */
 #ifndef OCI_H
 #define OCI_H
+
+/* The release that these declarations are of. */
+#define OCI_MAJOR_VERSION 11
+#define OCI_MINOR_VERSION 2
 
 #include "oci_anydata.h"
 #include "oci_cartridge.h"

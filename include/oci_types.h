@@ -31,6 +31,46 @@
 #    define CONST const
 #endif
 
+/* Greatest and least values of the scalar types. MIN...MAXVAL and MAX...MINVAL are what every platform has.
+ */
+#define UB1MAXVAL 255
+#define SB1MAXVAL 127
+#define SB1MINVAL (-128)
+#define UB2MAXVAL 65535
+#define SB2MAXVAL 32767
+#define SB2MINVAL (-32768)
+#define UB4MAXVAL 4294967295U
+#define SB4MAXVAL 2147483647
+#define SB4MINVAL (-2147483647 - 1)
+#define UB8MAXVAL UINT64_MAX
+#define SB8MAXVAL INT64_MAX
+#define SB8MINVAL INT64_MIN
+#define ORAUB8MAXVAL UB8MAXVAL
+#define ORASB8MAXVAL SB8MAXVAL
+#define ORASB8MINVAL SB8MINVAL
+#define UWORDMAXVAL UB4MAXVAL
+#define SWORDMAXVAL SB4MAXVAL
+#define SWORDMINVAL SB4MINVAL
+#define EWORDMAXVAL SB4MAXVAL
+#define EWORDMINVAL SB4MINVAL
+#define UBIG_ORAMAXVAL UINT64_MAX
+#define SBIG_ORAMAXVAL INT64_MAX
+#define SBIG_ORAMINVAL INT64_MIN
+#define MINUB1MAXVAL UB1MAXVAL
+#define MAXUB1MINVAL 0
+#define MINSB1MAXVAL SB1MAXVAL
+#define MAXSB1MINVAL (-127)
+#define MINUB2MAXVAL UB2MAXVAL
+#define MAXUB2MINVAL 0
+#define MINSB2MAXVAL SB2MAXVAL
+#define MAXSB2MINVAL (-32767)
+#define MINUB4MAXVAL UB4MAXVAL
+#define MAXUB4MINVAL 0
+#define MINSB4MAXVAL SB4MAXVAL
+#define MAXSB4MINVAL (-2147483647)
+#define UB1BITS 8
+#define UB1MASK 255
+
 OCI_BEGIN_DECLARATIONS
 
 /* Integers: u is unsigned, s signed, the digit the size in bytes. */
@@ -56,6 +96,9 @@ typedef signed long sbig_ora;
 typedef unsigned char oratext;
 typedef oratext OraText;
 typedef ub4 OCIWchar;
+
+/* Units of UTF-16. */
+typedef ub2 utext;
 
 #ifndef OCI_NO_TEXT
 typedef oratext text;

@@ -9,7 +9,7 @@
 
 /* Applications test constants in preprocessor conditions, which know neither casts nor enumerators. */
 #if OCI_ERROR != -1 || OCI_HTYPE_LAST < OCI_HTYPE_FIRST || OCI_DURATION_INVALID != 0xFFFF ||                 \
-    OCI_IND_NULL != -1
+    OCI_IND_NULL != -1 || UB4MAXVAL != 0xFFFFFFFF || SB4MINVAL != -2147483648 || OCI_MAJOR_VERSION != 11
 #    error "constants are not plain integers"
 #endif
 
@@ -60,14 +60,14 @@ static const struct constant layouts[] = LIST(
     SCALAR(OCIMarkOpt, 4), SCALAR(OCIRefreshOpt, 4), SCALAR(OCIObjectProperty, 4), SCALAR(OCIObjectEvent, 4),
     SCALAR(OCIObjectLifetime, 4), SCALAR(ocixmldbpname, 4), SCALAR(nzttces, 4), SCALAR(nzttcef, 4),
     SCALAR(nzttIdentType, 4), SCALAR(nzttCipherType, 4), SCALAR(nztttdufmt, 4), UNSIGNED(ub1), UNSIGNED(ub2),
-    UNSIGNED(ub4), UNSIGNED(ub8), UNSIGNED(oraub8), UNSIGNED(uword), UNSIGNED(ubig_ora), UNSIGNED(OraText),
-    SIGNED(sb1), SIGNED(sb2), SIGNED(sb4), SIGNED(sb8), SIGNED(orasb8), SIGNED(sword), SIGNED(sbig_ora),
-    SIGNED(OCIInd), LAYOUT(OCINumber, 22, 1), LAYOUT(OCITime, 3, 1), MEMBER(OCITime, OCITimeHH, 0),
-    MEMBER(OCITime, OCITimeMI, 1), MEMBER(OCITime, OCITimeSS, 2), LAYOUT(OCIDate, 8, 2),
-    MEMBER(OCIDate, OCIDateYYYY, 0), MEMBER(OCIDate, OCIDateMM, 2), MEMBER(OCIDate, OCIDateDD, 3),
-    MEMBER(OCIDate, OCIDateTime, 4), LAYOUT(XID, 152, 8), MEMBER(XID, formatID, 0),
-    MEMBER(XID, gtrid_length, 8), MEMBER(XID, bqual_length, 16), MEMBER(XID, data, 24),
-    LAYOUT(OCIFocbkStruct, 16, 8), MEMBER(OCIFocbkStruct, callback_function, 0),
+    UNSIGNED(utext), SCALAR(utext, 2), UNSIGNED(ub4), UNSIGNED(ub8), UNSIGNED(oraub8), UNSIGNED(uword),
+    UNSIGNED(ubig_ora), UNSIGNED(OraText), SIGNED(sb1), SIGNED(sb2), SIGNED(sb4), SIGNED(sb8), SIGNED(orasb8),
+    SIGNED(sword), SIGNED(sbig_ora), SIGNED(OCIInd), LAYOUT(OCINumber, 22, 1), LAYOUT(OCITime, 3, 1),
+    MEMBER(OCITime, OCITimeHH, 0), MEMBER(OCITime, OCITimeMI, 1), MEMBER(OCITime, OCITimeSS, 2),
+    LAYOUT(OCIDate, 8, 2), MEMBER(OCIDate, OCIDateYYYY, 0), MEMBER(OCIDate, OCIDateMM, 2),
+    MEMBER(OCIDate, OCIDateDD, 3), MEMBER(OCIDate, OCIDateTime, 4), LAYOUT(XID, 152, 8),
+    MEMBER(XID, formatID, 0), MEMBER(XID, gtrid_length, 8), MEMBER(XID, bqual_length, 16),
+    MEMBER(XID, data, 24), LAYOUT(OCIFocbkStruct, 16, 8), MEMBER(OCIFocbkStruct, callback_function, 0),
     MEMBER(OCIFocbkStruct, fo_ctx, 8), LAYOUT(ocixmldbparam, 16, 8),
     MEMBER(ocixmldbparam, name_ocixmldbparam, 0), MEMBER(ocixmldbparam, value_ocixmldbparam, 8),
     CONSTANT(sizeof any_xid.formatID, 8), CONSTANT(sizeof any_xid.gtrid_length, 8),
@@ -108,6 +108,14 @@ static const struct constant constants[] = LIST(
     CONSTANT(OCI_TYPEGET_ALL, 1), CONSTANT(OCI_TYPEMETHOD_PIPELINED, 0x8000), CONSTANT(OCI_PIN_ANY, 3),
     CONSTANT(OCI_LOCK_NONE, 1), CONSTANT(OCI_MARK_UPDATE, 2), CONSTANT(OCI_OBJECT_VALUE, 3),
     CONSTANT(OCI_OBJECTPROP_MARKSTATUS, 7));
+
+/* Greatest values: of a type of n bits, and one more is outside of it. */
+static const struct constant limits[] = LIST(
+    CONSTANT(UB1MAXVAL == (ub1)-1, 1), CONSTANT(UB2MAXVAL == (ub2)-1, 1), CONSTANT(UB4MAXVAL == (ub4)-1, 1),
+    CONSTANT(UB8MAXVAL == (ub8)-1, 1), CONSTANT(SB1MAXVAL - SB1MINVAL, 255),
+    CONSTANT(SB2MAXVAL - SB2MINVAL, 65535), CONSTANT(SB4MAXVAL == (sb4)(UB4MAXVAL >> 1), 1),
+    CONSTANT(SB4MINVAL + SB4MAXVAL, -1), CONSTANT(SB8MINVAL + SB8MAXVAL, -1),
+    CONSTANT(MINUB4MAXVAL, 4294967295L), CONSTANT(MAXSB4MINVAL, -2147483647L));
 
 /* Constants numbered without gaps, and flags that are combined with |: single bits, each used once. */
 struct group {
@@ -205,6 +213,7 @@ static int run_checks(void)
 {
     int faults = check_numbers(layouts, sizeof(layouts) / sizeof(layouts[0]));
     faults += check_numbers(constants, sizeof(constants) / sizeof(constants[0]));
+    faults += check_numbers(limits, sizeof(limits) / sizeof(limits[0]));
     for (size_t i = 0; i < sizeof(groups) / sizeof(groups[0]); i++)
         faults += check_group(&groups[i]);
     return faults;
