@@ -1,5 +1,5 @@
 // Conversions against the C library's iconv.
-#include "charset.h"
+#include "text/charset.h"
 
 #include <gtest/gtest.h>
 #include <iconv.h>

@@ -1,5 +1,5 @@
 // Dates written and read with format models.
-#include "date.h"
+#include "values/date.h"
 
 #include <gtest/gtest.h>
 

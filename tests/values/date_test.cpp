@@ -1,6 +1,6 @@
 // The calendar against SQLite's date functions, and anchors of chronology where SQLite has no Julian
 // calendar.
-#include "date.h"
+#include "values/date.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>

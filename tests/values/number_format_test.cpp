@@ -1,5 +1,5 @@
 // Numbers written and read with format models.
-#include "number.h"
+#include "values/number.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // NUMBERs against GMP's rationals and the C library.
-#include "number.h"
+#include "values/number.h"
 
 #include <gmpxx.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // The exported number and date calls: arguments, results, error numbers.
-#include "date.h"
-#include "error_record.h"
-#include "number.h"
+#include "handles/error_record.h"
+#include "values/date.h"
+#include "values/number.h"
 
 #include <gtest/gtest.h>
 

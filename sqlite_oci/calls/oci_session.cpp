@@ -1,0 +1,267 @@
+// Servers, sessions, transactions and breaks.
+#include "connections/session.h"
+#include "handles/call.h"
+
+#include <sqlite3.h>
+
+using namespace sqlite_oci;
+
+namespace
+{
+
+std::size_t byte_count(sb4 length)
+{
+    return length < 0 ? 0 : static_cast<std::size_t>(length);
+}
+
+server &attached_server(const service_context &context)
+{
+    server *on = context.on_server.get();
+    if (!on)
+        fail(24324, "no server handle is set on the service context");
+    if (!on->is_attached())
+        fail(24327, "the server handle must be attached before a session begins");
+    return *on;
+}
+
+// Runs one call on a service context's connection while no other thread uses it.
+template <class Action> sword on_connection(OCISvcCtx *svchp, OCIError *errhp, Action action)
+{
+    return served(errhp, [&](call_errors) {
+        const auto open = required<service_context>(svchp).shared_connection();
+        const std::scoped_lock lock(open->mutex());
+        open->start_call();
+        action(*open);
+        return OCI_SUCCESS;
+    });
+}
+
+// All that a program connects with in one step; what has been made is freed when a later step fails.
+struct logon {
+    environment &env;
+    server &on = *env.adopt(std::make_unique<server>(&env), OCI_HTYPE_SERVER);
+    session &user = *env.adopt(std::make_unique<session>(&env), OCI_HTYPE_SESSION);
+    service_context &context = *env.adopt(std::make_unique<service_context>(&env), OCI_HTYPE_SVCCTX);
+    bool completed = false;
+
+    explicit logon(environment &owner) : env(owner) {}
+    logon(const logon &) = delete;
+    ~logon()
+    {
+        if (!completed)
+            release();
+    }
+
+    void release()
+    {
+        env.release(&context);
+        env.release(&user);
+        env.release(&on);
+    }
+};
+
+sword log_on(OCIEnv *envhp, OCIError *errhp, OCISvcCtx **svchp, std::string_view user,
+             std::string_view password, std::string_view link)
+{
+    return served(errhp, [&](call_errors) {
+        auto &env = required<environment>(envhp);
+        if (!svchp)
+            throw invalid_handle{};
+        logon made(env);
+        made.on.attach(env.text_in(link.data(), link.size()));
+        made.user.user_name = env.text_in(user.data(), user.size());
+        made.user.password = env.text_in(password.data(), password.size());
+        const bool is_external = made.user.user_name.empty() && made.user.password.empty();
+        made.user.begin(made.on, is_external ? OCI_CRED_EXT : OCI_CRED_RDBMS);
+        made.context.on_server = weak_handle(&made.on);
+        made.context.in_session = weak_handle(&made.user);
+        made.context.made_by_logon = true;
+        made.completed = true;
+        *svchp = static_cast<OCISvcCtx *>(made.context.handle);
+        return OCI_SUCCESS;
+    });
+}
+
+std::string_view view(const OraText *text, ub4 length)
+{
+    return text ? std::string_view(reinterpret_cast<const char *>(text), length) : std::string_view();
+}
+
+// The session's or server's environment, after a check that it can answer at all.
+environment &connected_environment(void *handle, ub1 kind)
+{
+    if (kind == OCI_HTYPE_SERVER) {
+        const auto &on = required<server>(handle);
+        if (!on.is_attached())
+            fail(3114, "not connected: the server handle is not attached");
+        return *on.env;
+    }
+    auto &context = required<service_context>(handle);
+    context.shared_connection();
+    return *context.env;
+}
+
+sword server_version(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1 hndltype)
+{
+    return served(errhp, [&](call_errors) {
+        const auto &env = connected_environment(hndlp, hndltype);
+        env.copy_out(std::string("sqlite_oci on SQLite ") + sqlite3_libversion(), bufp, bufsz);
+        return OCI_SUCCESS;
+    });
+}
+
+} // namespace
+
+extern "C" {
+
+SQLITE_OCI_EXPORT sword OCIServerAttach(OCIServer *srvhp, OCIError *errhp, const OraText *dblink,
+                                        sb4 dblink_len, ub4)
+{
+    return served(errhp, [&](call_errors) {
+        auto &target = required<server>(srvhp);
+        target.attach(target.env->text_in(dblink, byte_count(dblink_len)));
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIServerDetach(OCIServer *srvhp, OCIError *errhp, ub4)
+{
+    return served(errhp, [&](call_errors) {
+        auto &target = required<server>(srvhp);
+        if (!target.is_attached())
+            fail(3114, "not connected: the server handle is not attached");
+        target.detach();
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCISessionBegin(OCISvcCtx *svchp, OCIError *errhp, OCISession *usrhp, ub4 credt, ub4)
+{
+    return served(errhp, [&](call_errors) {
+        const auto &context = required<service_context>(svchp);
+        auto &user = required<session>(usrhp);
+        user.begin(attached_server(context), credt);
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCISessionEnd(OCISvcCtx *svchp, OCIError *errhp, OCISession *usrhp, ub4)
+{
+    return served(errhp, [&](call_errors) {
+        auto &context = required<service_context>(svchp);
+        session *user = usrhp ? &required<session>(usrhp) : context.in_session.get();
+        if (!user || !user->open)
+            fail(1012, "not logged on: the session has not begun");
+        user->end();
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCILogon(OCIEnv *envhp, OCIError *errhp, OCISvcCtx **svchp, const OraText *username,
+                                 ub4 uname_len, const OraText *password, ub4 passwd_len,
+                                 const OraText *dbname, ub4 dbname_len)
+{
+    return log_on(envhp, errhp, svchp, view(username, uname_len), view(password, passwd_len),
+                  view(dbname, dbname_len));
+}
+
+SQLITE_OCI_EXPORT sword OCILogon2(OCIEnv *envhp, OCIError *errhp, OCISvcCtx **svchp, const OraText *username,
+                                  ub4 uname_len, const OraText *password, ub4 passwd_len,
+                                  const OraText *dbname, ub4 dbname_len, ub4)
+{
+    return log_on(envhp, errhp, svchp, view(username, uname_len), view(password, passwd_len),
+                  view(dbname, dbname_len));
+}
+
+SQLITE_OCI_EXPORT sword OCILogoff(OCISvcCtx *svchp, OCIError *errhp)
+{
+    return served(errhp, [&](call_errors) {
+        auto &context = required<service_context>(svchp);
+        session *user = context.in_session.get();
+        server *on = context.on_server.get();
+        if (!context.made_by_logon)
+            fail(24303, "OCILogoff ends only what OCILogon began");
+        if (user && user->open)
+            user->end();
+        environment &env = *context.env;
+        env.release(&context);
+        env.release(user);
+        env.release(on);
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCITransStart(OCISvcCtx *svchp, OCIError *errhp, uword, ub4 flags)
+{
+    return on_connection(svchp, errhp, [&](connection &open) {
+        if ((flags & OCI_TRANS_STARTMASK & ~ub4{OCI_TRANS_NEW}) != 0)
+            fail(3001, "only new local transactions can be started");
+        switch (flags & OCI_TRANS_ISOLMASK) {
+        case OCI_TRANS_READONLY:
+            return open.begin_read_only();
+        case OCI_TRANS_SERIALIZABLE:
+            return open.begin_serializable();
+        case 0:
+        case OCI_TRANS_READWRITE: // begins with the first change
+            if (open.in_transaction())
+                fail(1453, "a transaction is already active");
+            return;
+        default:
+            fail(24759, "the flags 0x%x ask for more than one kind of isolation", flags);
+        }
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCITransCommit(OCISvcCtx *svchp, OCIError *errhp, ub4)
+{
+    return on_connection(svchp, errhp, [](connection &open) { open.commit(); });
+}
+
+SQLITE_OCI_EXPORT sword OCITransRollback(OCISvcCtx *svchp, OCIError *errhp, ub4)
+{
+    return on_connection(svchp, errhp, [](connection &open) { open.rollback(); });
+}
+
+SQLITE_OCI_EXPORT sword OCIPing(OCISvcCtx *svchp, OCIError *errhp, ub4)
+{
+    return on_connection(svchp, errhp, [](connection &open) { open.execute("PRAGMA schema_version"); });
+}
+
+// Waits for no lock: the call that is to be interrupted holds the connection's.
+SQLITE_OCI_EXPORT sword OCIBreak(void *hndlp, OCIError *errhp)
+{
+    return served(errhp, [&](call_errors) {
+        if (const auto *context = find<service_context>(hndlp))
+            context->shared_connection()->interrupt();
+        else
+            required<server>(hndlp).interrupt();
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIReset(void *hndlp, OCIError *errhp)
+{
+    return served(errhp, [&](call_errors) {
+        if (!find<service_context>(hndlp))
+            required<server>(hndlp);
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIServerVersion(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1 hndltype)
+{
+    return server_version(hndlp, errhp, bufp, bufsz, hndltype);
+}
+
+SQLITE_OCI_EXPORT sword OCIServerRelease(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1 hndltype,
+                                         ub4 *version)
+{
+    const sword status = server_version(hndlp, errhp, bufp, bufsz, hndltype);
+    if (status == OCI_SUCCESS && version) {
+        const auto number = static_cast<ub4>(sqlite3_libversion_number()); // 3040001: 3.40.1
+        *version = (number / 1000000) << 24 | (number / 1000 % 1000) << 16 | (number % 1000) << 8;
+    }
+    return status;
+}
+
+} // extern "C"

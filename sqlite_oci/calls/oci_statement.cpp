@@ -1,0 +1,194 @@
+// Statements: preparation, binds, defines, execution and fetch.
+#include "handles/call.h"
+#include "statements/statement.h"
+
+using namespace sqlite_oci;
+
+namespace
+{
+
+// OCI_DYNAMIC_FETCH is the bit of OCI_DATA_AT_EXEC, in a define.
+constexpr ub4 served_bind_modes = OCI_BIND_SOFT | OCI_DEFINE_SOFT | OCI_DATA_AT_EXEC;
+
+std::string_view text_view(const OraText *text, sb4 length)
+{
+    const auto *bytes = reinterpret_cast<const char *>(text);
+    return bytes ? std::string_view(bytes, length < 0 ? 0 : static_cast<std::size_t>(length))
+                 : std::string_view();
+}
+
+// The variable whose handle the application passes for using it again: null for none.
+template <class T, class Handle> T *known_variable(const statement &of, Handle **handle)
+{
+    if (!handle)
+        throw invalid_handle{};
+    if (!*handle)
+        return nullptr;
+    T &known = required<T>(*handle);
+    if (&known.owner != &of)
+        throw invalid_handle{};
+    return &known;
+}
+
+void check_prepared(const statement &of)
+{
+    if (!of.is_prepared)
+        fail(24337, "the statement handle is not prepared");
+}
+
+void check_mode(ub4 mode)
+{
+    if (mode & ~served_bind_modes)
+        fail(3001, "binds and defines with mode %u are not served", mode);
+}
+
+// What the caller of a bind gives, beside the placeholder.
+struct bind_arguments {
+    void *valuep;
+    sb4 value_sz;
+    ub2 dty;
+    void *indp;
+    ub2 *alenp;
+    ub2 *rcodep;
+    ub4 mode;
+};
+
+template <class Find>
+sword bind_variable(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, const bind_arguments &given,
+                    Find find_bind)
+{
+    return served(errhp, [&](call_errors) {
+        auto &owner = required<statement>(stmtp);
+        bind *const known = known_variable<bind>(owner, bindp);
+        check_prepared(owner);
+        check_mode(given.mode);
+        bind &used = find_bind(owner, known);
+        *bindp = static_cast<OCIBind *>(used.handle);
+        used.describe(given.valuep, given.value_sz, given.dty, given.indp, given.alenp, given.rcodep);
+        used.is_dynamic = (given.mode & OCI_DATA_AT_EXEC) != 0;
+        return OCI_SUCCESS;
+    });
+}
+
+} // namespace
+
+extern "C" {
+
+SQLITE_OCI_EXPORT sword OCIStmtPrepare(OCIStmt *stmtp, OCIError *errhp, const OraText *stmt, ub4 stmt_len,
+                                       ub4, ub4)
+{
+    return served(errhp, [&](call_errors) {
+        auto &target = required<statement>(stmtp);
+        target.prepare(target.env->text_in(stmt, stmt_len));
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIStmtPrepare2(OCISvcCtx *svchp, OCIStmt **stmtp, OCIError *errhp,
+                                        const OraText *stmt, ub4 stmt_len, const OraText *, ub4, ub4, ub4)
+{
+    return served(errhp, [&](call_errors) {
+        environment &env = *required<service_context>(svchp).env;
+        if (!stmtp)
+            throw invalid_handle{};
+        auto made = std::make_unique<statement>(&env);
+        made->prepare(env.text_in(stmt, stmt_len));
+        made->made_by_prepare2 = true;
+        *stmtp = static_cast<OCIStmt *>(env.adopt(std::move(made), OCI_HTYPE_STMT)->handle);
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIStmtRelease(OCIStmt *stmtp, OCIError *errhp, const OraText *, ub4, ub4)
+{
+    return served(errhp, [&](call_errors) {
+        auto &released = required<statement>(stmtp);
+        if (!released.made_by_prepare2)
+            fail(24301,
+                 "OCIStmtRelease is for statements of OCIStmtPrepare2; free this one with OCIHandleFree");
+        released.env->release(&released);
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIBindByPos(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, ub4 position,
+                                     void *valuep, sb4 value_sz, ub2 dty, void *indp, ub2 *alenp, ub2 *rcodep,
+                                     ub4, ub4 *, ub4 mode)
+{
+    return bind_variable(
+        stmtp, bindp, errhp, {valuep, value_sz, dty, indp, alenp, rcodep, mode},
+        [&](statement &owner, bind *known) -> bind & { return owner.bind_position(known, position); });
+}
+
+SQLITE_OCI_EXPORT sword OCIBindByName(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp,
+                                      const OraText *placeholder, sb4 placeh_len, void *valuep, sb4 value_sz,
+                                      ub2 dty, void *indp, ub2 *alenp, ub2 *rcodep, ub4, ub4 *, ub4 mode)
+{
+    return bind_variable(stmtp, bindp, errhp, {valuep, value_sz, dty, indp, alenp, rcodep, mode},
+                         [&](statement &owner, bind *known) -> bind & {
+                             const auto name = text_view(placeholder, placeh_len);
+                             return owner.bind_name(known, owner.env->text_in(name.data(), name.size()));
+                         });
+}
+
+SQLITE_OCI_EXPORT sword OCIBindArrayOfStruct(OCIBind *bindp, OCIError *errhp, ub4 pvskip, ub4 indskip,
+                                             ub4 alskip, ub4 rcskip)
+{
+    return served(errhp, [&](call_errors) {
+        required<bind>(bindp).set_skips(pvskip, indskip, alskip, rcskip);
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIDefineByPos(OCIStmt *stmtp, OCIDefine **defnp, OCIError *errhp, ub4 position,
+                                       void *valuep, sb4 value_sz, ub2 dty, void *indp, ub2 *rlenp,
+                                       ub2 *rcodep, ub4 mode)
+{
+    return served(errhp, [&](call_errors) {
+        auto &owner = required<statement>(stmtp);
+        define *const known = known_variable<define>(owner, defnp);
+        check_prepared(owner);
+        check_mode(mode);
+        define &used = owner.define_position(known, position);
+        *defnp = static_cast<OCIDefine *>(used.handle);
+        used.describe(valuep, value_sz, dty, indp, rlenp, rcodep);
+        used.is_dynamic = (mode & OCI_DYNAMIC_FETCH) != 0;
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIDefineArrayOfStruct(OCIDefine *defnp, OCIError *errhp, ub4 pvskip, ub4 indskip,
+                                               ub4 rlskip, ub4 rcskip)
+{
+    return served(errhp, [&](call_errors) {
+        required<define>(defnp).set_skips(pvskip, indskip, rlskip, rcskip);
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIStmtExecute(OCISvcCtx *svchp, OCIStmt *stmtp, OCIError *errhp, ub4 iters,
+                                       ub4 rowoff, const OCISnapshot *, OCISnapshot *, ub4 mode)
+{
+    return served(errhp, [&](call_errors errors) {
+        const auto &context = required<service_context>(svchp);
+        auto &target = required<statement>(stmtp);
+        return target.execute(context, {iters, rowoff, mode}, errors);
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIStmtFetch(OCIStmt *stmtp, OCIError *errhp, ub4 nrows, ub2 orientation, ub4)
+{
+    return served(errhp, [&](call_errors errors) {
+        return required<statement>(stmtp).fetch(nrows, orientation, 0, errors);
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIStmtFetch2(OCIStmt *stmtp, OCIError *errhp, ub4 nrows, ub2 orientation,
+                                      sb4 scrollOffset, ub4)
+{
+    return served(errhp, [&](call_errors errors) {
+        return required<statement>(stmtp).fetch(nrows, orientation, scrollOffset, errors);
+    });
+}
+
+} // extern "C"

@@ -1,0 +1,166 @@
+#include "connections/connection.h"
+
+#include "handles/call.h"
+#include "sql/sql_functions.h"
+
+#include <chrono>
+#include <thread>
+
+namespace sqlite_oci
+{
+namespace
+{
+
+// How long a call waits for another session's lock before it fails with ORA-00054.
+constexpr std::chrono::milliseconds lock_wait{1000};
+constexpr std::chrono::milliseconds lock_retry{5};
+
+// Steps of SQLite's machine, some tenths of a millisecond, after which it is asked for a break. SQLite
+// forgets an interrupt that comes just before a statement starts.
+constexpr int steps_between_looks = 20000;
+
+} // namespace
+
+connection::connection(const std::string &path, const std::string &user_name) : user(user_name)
+{
+    // The mutex of this class makes SQLite's own superfluous.
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
+    int code = sqlite3_open_v2(path.c_str(), &db_, flags, nullptr);
+    try {
+        if (code != SQLITE_OK)
+            throw failure{sqlite_record(db_, code)};
+        sqlite3_extended_result_codes(db_, 1);
+        sqlite3_busy_handler(db_, wait_for_lock, this);
+        sqlite3_db_config(db_, SQLITE_DBCONFIG_ENABLE_FKEY, 1, nullptr);
+        add_sql_functions(db_, user);
+        sqlite3_progress_handler(db_, steps_between_looks, is_to_stop, this);
+        execute("PRAGMA schema_version"); // reads the file: one that is no database is told here
+        // Readers then see what was committed when they began, and neither wait for writers nor stop them. A
+        // file that cannot be changed is read as it is.
+        sqlite3_exec(db_, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr);
+    } catch (...) {
+        sqlite3_close_v2(db_);
+        throw;
+    }
+}
+
+// Statements that are still compiled for it keep the closed connection until they end.
+connection::~connection()
+{
+    if (in_transaction())
+        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+    sqlite3_close_v2(db_);
+}
+
+int connection::wait_for_lock(void *self, int attempts)
+{
+    if (static_cast<connection *>(self)->break_requested() || attempts * lock_retry >= lock_wait)
+        return 0;
+    std::this_thread::sleep_for(lock_retry);
+    return 1;
+}
+
+int connection::is_to_stop(void *self)
+{
+    return static_cast<connection *>(self)->break_requested();
+}
+
+void connection::execute(const char *sql)
+{
+    const int code = sqlite3_exec(db_, sql, nullptr, nullptr, nullptr);
+    if (code != SQLITE_OK)
+        throw failure{record(code)};
+}
+
+error_record connection::record(int code, sql_action action, std::string_view statement) const
+{
+    if ((code & 0xff) == SQLITE_BUSY && break_requested())
+        return make_record(1013, "the wait for another session's lock was interrupted on request");
+    return sqlite_record(db_, code, action, statement);
+}
+
+bool connection::begin_changes()
+{
+    if (read_only_)
+        fail(1456, "the transaction is read-only");
+    // The write lock is taken at once: a transaction that reads first and then cannot get it could only be
+    // rolled back.
+    if (!in_transaction()) {
+        execute("BEGIN IMMEDIATE");
+        return true;
+    }
+    if (sqlite3_txn_state(db_, nullptr) != SQLITE_TXN_WRITE)
+        upgrade_to_write();
+    return false;
+}
+
+// SQLite takes the lock with the first change only; this is one that changes nothing.
+void connection::upgrade_to_write()
+{
+    sqlite3_stmt *query = nullptr;
+    int code = sqlite3_prepare_v2(db_, "PRAGMA main.user_version", -1, &query, nullptr);
+    if (code != SQLITE_OK)
+        throw failure{record(code)};
+    const int version = sqlite3_step(query) == SQLITE_ROW ? sqlite3_column_int(query, 0) : 0;
+    code = sqlite3_finalize(query);
+    if (code != SQLITE_OK)
+        throw failure{record(code)};
+    execute(("PRAGMA main.user_version = " + std::to_string(version)).c_str());
+}
+
+void connection::begin()
+{
+    if (in_transaction())
+        fail(1453, "a transaction is already active");
+    execute("BEGIN");
+}
+
+void connection::begin_serializable()
+{
+    begin();
+    execute("PRAGMA schema_version"); // the first look at the database
+}
+
+void connection::begin_read_only()
+{
+    begin_serializable();
+    read_only_ = true;
+}
+
+void connection::commit()
+{
+    if (lobs)
+        lobs->write_back(*this);
+    end_transaction("COMMIT");
+    if (lobs)
+        lobs->end(false);
+}
+
+void connection::rollback()
+{
+    end_transaction("ROLLBACK");
+    if (lobs)
+        lobs->end(true);
+}
+
+void connection::end_transaction(const char *sql)
+{
+    if (in_transaction())
+        execute(sql);
+    read_only_ = false;
+}
+
+void connection::interrupt()
+{
+    break_requested_ = true;
+    sqlite3_interrupt(db_);
+}
+
+void connection::cut_off()
+{
+    if (in_transaction())
+        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+    cut_off_ = true;
+}
+
+} // namespace sqlite_oci

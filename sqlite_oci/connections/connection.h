@@ -1,0 +1,96 @@
+// A session's connection to its database file, with the transaction that is open on it.
+#pragma once
+
+#include "sql/sqlite_errors.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include <sqlite3.h>
+
+namespace sqlite_oci
+{
+
+class connection;
+
+// What keeps changes of its own beside the database's, and takes part in each end of a transaction.
+class transaction_part
+{
+public:
+    virtual ~transaction_part() = default;
+
+    // Before a commit. Throws a failure where the database refuses a change.
+    virtual void write_back(connection &on) = 0;
+
+    // The transaction is over.
+    virtual void end(bool is_undone) = 0;
+};
+
+class connection
+{
+public:
+    // Opens an existing file. Throws a failure when it cannot be opened or is no database.
+    connection(const std::string &path, const std::string &user);
+    ~connection();
+    connection(const connection &) = delete;
+    connection &operator=(const connection &) = delete;
+
+    sqlite3 *db() const { return db_; }
+
+    // Held by every call that uses db(), since service contexts of several threads may share a session.
+    std::mutex &mutex() { return mutex_; }
+
+    // --- All of these need the mutex and throw a failure.
+
+    bool in_transaction() const { return sqlite3_get_autocommit(db_) == 0; }
+
+    // Takes the write lock; a transaction is opened for it unless one is open. Returns whether it opened one.
+    bool begin_changes();
+
+    // Opens a transaction that sees what is in the database when it first reads.
+    void begin();
+
+    // Opens a transaction that sees what is in the database now, whatever others commit.
+    void begin_serializable();
+    void begin_read_only();
+    void commit();
+    void rollback();
+    void execute(const char *sql);
+
+    // The record for a failed call of SQLite.
+    error_record record(int code, sql_action action = sql_action::other,
+                        std::string_view statement = {}) const;
+
+    // What is selected for update and changed through locators; null while there is nothing. See lobs_of().
+    std::unique_ptr<transaction_part> lobs;
+
+    // --- These need no lock.
+
+    // Lets the call in progress, if any, end with ORA-01013. May be called in a signal handler: it neither
+    // waits nor allocates.
+    void interrupt();
+    void start_call() { break_requested_ = false; }
+    bool break_requested() const { return break_requested_; }
+
+    // The server was detached: what was not committed is gone, and nothing more can be done here.
+    void cut_off();
+    bool is_cut_off() const { return cut_off_; }
+
+    const std::string user;
+
+private:
+    static int wait_for_lock(void *self, int attempts);
+    static int is_to_stop(void *self);
+    void upgrade_to_write();
+    void end_transaction(const char *sql);
+
+    sqlite3 *db_ = nullptr;
+    std::mutex mutex_;
+    std::atomic<bool> break_requested_{false};
+    std::atomic<bool> cut_off_{false};
+    bool read_only_ = false;
+};
+
+} // namespace sqlite_oci

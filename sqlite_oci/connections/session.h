@@ -1,0 +1,74 @@
+// Servers, sessions, transactions, and the service contexts that bring them together.
+#pragma once
+
+#include "connections/connection.h"
+#include "handles/environment.h"
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace sqlite_oci
+{
+
+struct server final : object {
+    static constexpr ub4 handle_kind = OCI_HTYPE_SERVER;
+    using object::object;
+    ~server() override { detach(); }
+
+    // `link` names the file "<link>.db" in the library's directory.
+    void attach(const std::string &link);
+    void detach();
+    bool is_attached() const { return !path.empty(); }
+
+    std::string path; // empty while not attached
+    std::string link;
+    std::string external_name, internal_name;
+
+    void add(const std::shared_ptr<connection> &open);
+
+    // Ends the calls in progress of all sessions on this attachment; what a session that begins or ends just
+    // now does is not interrupted. May be called in a signal handler.
+    void interrupt();
+
+private:
+    std::mutex connections_mutex_;
+    std::vector<std::weak_ptr<connection>> connections_; // of the sessions on this attachment
+};
+
+struct session final : object {
+    static constexpr ub4 handle_kind = OCI_HTYPE_SESSION;
+    using object::object;
+    ~session() override; // rolls back what is open
+
+    void begin(server &on, ub4 credentials);
+
+    // Commits what is open, as a normal end of a session does.
+    void end();
+
+    std::string user_name, password;
+    std::shared_ptr<connection> open; // from begin() to end()
+};
+
+struct transaction final : object {
+    static constexpr ub4 handle_kind = OCI_HTYPE_TRANS;
+    using object::object;
+
+    std::string name;
+    XID xid{};
+};
+
+struct service_context final : object {
+    static constexpr ub4 handle_kind = OCI_HTYPE_SVCCTX;
+    using object::object;
+
+    // The connection that calls on this service context use. Throws the failure that tells what is missing.
+    std::shared_ptr<connection> shared_connection() const;
+
+    weak_handle<server> on_server;
+    weak_handle<session> in_session;
+    weak_handle<transaction> of_transaction;
+    bool made_by_logon = false; // OCILogoff frees the server and the session, too
+};
+
+} // namespace sqlite_oci

@@ -1,0 +1,183 @@
+// Binds and defines whose values pass through callbacks of the program, in pieces.
+#include "statements/statement.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace sqlite_oci
+{
+namespace
+{
+
+constexpr int ora_null_fetched = 1405;
+constexpr int ora_cut = 1406;
+
+// Room for the first try at converting a value of unknown length.
+constexpr std::size_t usual_room = 4096;
+
+void check_answer(sb4 answer)
+{
+    if (answer != OCI_CONTINUE)
+        fail(24343, "the program's callback answered %d and not OCI_CONTINUE", static_cast<int>(answer));
+}
+
+bool is_last(ub1 piece)
+{
+    return piece == OCI_ONE_PIECE || piece == OCI_LAST_PIECE;
+}
+
+bool is_long(ub2 type)
+{
+    switch (type) {
+    case SQLT_CHR:
+    case SQLT_LNG:
+    case SQLT_AFC:
+    case SQLT_STR:
+    case SQLT_AVC:
+    case SQLT_BIN:
+    case SQLT_LBI:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The bytes of a whole value: text without padding or terminator.
+std::string whole_bytes(const host_type &host, const value &fetched, int &error)
+{
+    const bool is_raw = host.type == SQLT_BIN || host.type == SQLT_LBI;
+    host_type whole{static_cast<ub2>(is_raw ? SQLT_BIN : SQLT_CHR), usual_room, host.set};
+    const host_writer write = find_writer(whole);
+    std::string bytes(whole.size, '\0');
+    written result = write(whole, fetched, bytes.data());
+    if (result.whole > result.stored) {
+        whole.size = result.whole;
+        bytes.resize(whole.size);
+        result = write(whole, fetched, bytes.data());
+    }
+    error = result.error;
+    bytes.resize(result.stored);
+    return bytes;
+}
+
+// What the program's callback gives for a piece of a fetched value.
+struct define_piece {
+    void *buffer = nullptr;
+    ub4 *length = nullptr; // bytes of room, then of the piece
+    ub1 piece = OCI_FIRST_PIECE;
+    void *indicator = nullptr;
+    ub2 *code = nullptr;
+
+    void tell(sb2 indicated, int return_code) const
+    {
+        if (indicator)
+            *static_cast<sb2 *>(indicator) = indicated;
+        if (code)
+            *code = static_cast<ub2>(return_code);
+    }
+};
+
+} // namespace
+
+value bind::gather(std::size_t row)
+{
+    if (!in_callback_)
+        fail(3001, "a bind with OCI_DATA_AT_EXEC takes its values from a callback: OCIBindDynamic sets it");
+    pieces_.clear();
+    ub1 piece = OCI_FIRST_PIECE;
+    for (bool is_first = true; is_first || !is_last(piece); is_first = false) {
+        void *buffer = nullptr, *indicator = nullptr;
+        ub4 length = 0;
+        piece = is_first ? OCI_FIRST_PIECE : OCI_NEXT_PIECE;
+        check_answer(in_callback_(in_context_, static_cast<OCIBind *>(handle), static_cast<ub4>(row), 0,
+                                  &buffer, &length, &piece, &indicator));
+        if (indicator && *static_cast<const sb2 *>(indicator) == OCI_IND_NULL)
+            return {};
+        if (buffer)
+            pieces_.append(static_cast<const char *>(buffer), length);
+    }
+    const host_type whole{array.host.type, pieces_.size(), array.host.set};
+    const host_reader read = find_reader(whole);
+    if (!read)
+        fail(3115, "binds of type %u with a size of %zu bytes are not served", whole.type, whole.size);
+    return read(whole, pieces_.data(), pieces_.size(), scratch_);
+}
+
+void define::give(const value &fetched, std::size_t row, fetch_outcome &outcome) const
+{
+    if (!callback_)
+        fail(3001, "a define with OCI_DYNAMIC_FETCH needs a callback: OCIDefineDynamic sets it");
+    const bool is_null = fetched.kind == value_kind::null;
+    const bool in_pieces = !is_null && is_long(array.host.type);
+    written result;
+    std::string_view rest;
+    std::string whole;
+    if (in_pieces)
+        rest = whole = whole_bytes(array.host, fetched, result.error);
+
+    define_piece given;
+    do {
+        check_answer(callback_(context_, static_cast<OCIDefine *>(handle), static_cast<ub4>(row),
+                               &given.buffer, &given.length, &given.piece, &given.indicator, &given.code));
+        if (!given.length || (!given.buffer && !is_null))
+            fail(24343, "the program's callback gave no buffer, or no place for its length");
+        std::size_t size = 0;
+        if (in_pieces) {
+            size = rest.copy(static_cast<char *>(given.buffer), *given.length);
+            rest.remove_prefix(size);
+        } else if (!is_null) {
+            if (*given.length < array.host.size)
+                fail(24343, "the program's callback gave a buffer too small for the variable");
+            result = writer_(array.host, fetched, given.buffer);
+            size = result.stored;
+        }
+        if (in_pieces && *given.length == 0)
+            fail(24343, "the program's callback gave a buffer of no bytes");
+        *given.length = static_cast<ub4>(size);
+        given.tell(is_null ? OCI_IND_NULL : OCI_IND_NOTNULL, is_null ? ora_null_fetched : result.error);
+        if (!rest.empty() && is_last(given.piece)) {
+            given.tell(-2, ora_cut);
+            outcome.warning = make_record(ora_cut, "the program took not all of a value" + column_text());
+            return;
+        }
+        given.piece = OCI_NEXT_PIECE;
+    } while (!rest.empty());
+    if (result.error && outcome.error.code == 0)
+        outcome.error = make_record(result.error, conversion_error_text(result.error) + column_text());
+    if (is_null && !given.indicator && outcome.error.code == 0)
+        outcome.error =
+            make_record(ora_null_fetched, "null was fetched and there is no indicator" + column_text());
+}
+
+} // namespace sqlite_oci
+
+using namespace sqlite_oci;
+
+extern "C" {
+
+// Values of RETURNING come to no bind, so an out-callback is never called.
+SQLITE_OCI_EXPORT sword OCIBindDynamic(OCIBind *bindp, OCIError *errhp, void *ictxp, OCICallbackInBind icbfp,
+                                       void *, OCICallbackOutBind)
+{
+    return served(errhp, [&](call_errors) {
+        auto &target = required<bind>(bindp);
+        if (!target.is_dynamic)
+            fail(24315, "callbacks are for binds with the mode OCI_DATA_AT_EXEC");
+        target.set_callback(ictxp, icbfp);
+        return OCI_SUCCESS;
+    });
+}
+
+SQLITE_OCI_EXPORT sword OCIDefineDynamic(OCIDefine *defnp, OCIError *errhp, void *octxp,
+                                         OCICallbackDefine ocbfp)
+{
+    return served(errhp, [&](call_errors) {
+        auto &target = required<define>(defnp);
+        if (!target.is_dynamic)
+            fail(24315, "callbacks are for defines with the mode OCI_DYNAMIC_FETCH");
+        target.set_callback(octxp, ocbfp);
+        return OCI_SUCCESS;
+    });
+}
+
+} // extern "C"

@@ -1,0 +1,73 @@
+#include "statements/locked_rows.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace sqlite_oci
+{
+namespace
+{
+
+// Words of queries whose rows come of several rows of a table.
+constexpr const char *gathering_words[] = {"DISTINCT", "GROUP", "UNION", "INTERSECT", "EXCEPT"};
+
+struct origin {
+    const char *schema, *table, *column;
+};
+
+origin origin_of(sqlite3_stmt *query, int column)
+{
+    return {sqlite3_column_database_name(query, column), sqlite3_column_table_name(query, column),
+            sqlite3_column_origin_name(query, column)};
+}
+
+bool is_of_same_table(const origin &one, const origin &other)
+{
+    return one.table && other.table && std::string_view(one.table) == other.table &&
+           std::string_view(one.schema) == other.schema;
+}
+
+} // namespace
+
+// A join makes the added name ambiguous and a view does not have it: then the text does not compile.
+std::string locked_rows::with_identity(const sql_text &text)
+{
+    if (!text.for_update || text.from_offset == 0 ||
+        std::any_of(std::begin(gathering_words), std::end(gathering_words),
+                    [&](const char *word) { return find_word(text.for_engine, word) != std::string::npos; }))
+        return {};
+    return std::string(text.for_engine).insert(text.from_offset, ", _rowid_ ");
+}
+
+void locked_rows::start(const std::shared_ptr<connection> &on, sqlite3_stmt *query)
+{
+    clear();
+    on_ = on;
+    transaction_ = lobs_of(*on).transaction();
+    row_column_ = sqlite3_column_count(query) - 1;
+    const origin row = origin_of(query, row_column_);
+    columns_.resize(static_cast<std::size_t>(row_column_));
+    for (int column = 0; column < row_column_; ++column) {
+        const origin of = origin_of(query, column);
+        if (is_of_same_table(of, row))
+            columns_[static_cast<std::size_t>(column)] = lob_cell{of.schema, of.table, of.column, 0};
+    }
+}
+
+void locked_rows::clear()
+{
+    columns_.clear();
+    rows_.clear();
+}
+
+void locked_rows::lock(lob_locator &locator, std::size_t row, std::size_t column) const
+{
+    const auto on = on_.lock();
+    if (!on || row >= rows_.size() || column >= columns_.size() || !columns_[column] || !locator.target)
+        return;
+    lob_cell cell = *columns_[column];
+    cell.row = rows_[row];
+    locator.target = lobs_of(*on).lock(on, transaction_, cell, std::move(locator.target));
+}
+
+} // namespace sqlite_oci

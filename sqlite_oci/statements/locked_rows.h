@@ -1,0 +1,41 @@
+// The rows of a query FOR UPDATE, so that locators fetched from them can be written with.
+#pragma once
+
+#include "connections/connection.h"
+#include "lobs/lob.h"
+#include "sql/sql_text.h"
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace sqlite_oci
+{
+
+class locked_rows
+{
+public:
+    // The text of the query with the row's identity as one more column at the end; empty where the rows of
+    // the result are not the rows of a table.
+    static std::string with_identity(const sql_text &text);
+
+    // Before the rows of such a query, which is compiled and about to run in a transaction.
+    void start(const std::shared_ptr<connection> &on, sqlite3_stmt *query);
+    void clear();
+    bool empty() const { return rows_.empty(); }
+
+    // Adds the row that the query stands on.
+    void append(sqlite3_stmt *query) { rows_.push_back(sqlite3_column_int64(query, row_column_)); }
+
+    // Makes the locator stand for the row's column itself, where that is known and still locked.
+    void lock(lob_locator &locator, std::size_t row, std::size_t column) const;
+
+private:
+    std::weak_ptr<connection> on_;
+    std::uint64_t transaction_ = 0;
+    std::vector<std::optional<lob_cell>> columns_;
+    std::vector<sqlite3_int64> rows_;
+    int row_column_ = 0;
+};
+
+} // namespace sqlite_oci

@@ -1,0 +1,127 @@
+#include "statements/statement.h"
+
+#include <algorithm>
+
+namespace sqlite_oci
+{
+namespace
+{
+
+// SQLite's own limit of columns in a result.
+constexpr ub4 most_columns = 2000;
+
+// A program that lets each bind make a new handle, and prepares over and over, must not fill the memory.
+constexpr std::size_t most_unused_variables = 256;
+
+// Keeps the variables in `used` and the youngest of the others, in this order of age.
+template <class T> void drop_oldest(std::vector<std::unique_ptr<T>> &all, const std::vector<T *> &used)
+{
+    std::stable_partition(all.begin(), all.end(), [&](const auto &one) {
+        return std::find(used.begin(), used.end(), one.get()) == used.end();
+    });
+    if (all.size() > most_unused_variables)
+        all.erase(all.begin(), all.end() - static_cast<std::ptrdiff_t>(most_unused_variables));
+}
+
+template <class T>
+bool release_from(std::vector<std::unique_ptr<T>> &all, std::vector<T *> &used, variable *freed)
+{
+    const auto found =
+        std::find_if(all.begin(), all.end(), [&](const auto &one) { return one.get() == freed; });
+    if (found == all.end())
+        return false;
+    std::replace(used.begin(), used.end(), found->get(), static_cast<T *>(nullptr));
+    all.erase(found);
+    return true;
+}
+
+template <class T> T &add_to(std::vector<std::unique_ptr<T>> &all, statement &owner)
+{
+    auto made = std::make_unique<T>(owner);
+    make_handle(*made, T::handle_kind);
+    all.push_back(std::move(made));
+    return *all.back();
+}
+
+} // namespace
+
+void statement::prepare(std::string sql)
+{
+    text = analyse(std::move(sql));
+    is_prepared = true;
+    is_executed = false;
+    is_described = false;
+    error_offset = 0;
+    row_count = rows_fetched = batch_error_count = column_count = current_row = 0;
+    rows_.clear();
+    columns_.clear();
+    forget_parameters();
+    compiled_.reset();
+    locking_.reset();
+    locked_.clear();
+    forget_variables();
+}
+
+void statement::forget_variables()
+{
+    drop_oldest(binds_, bound_);
+    drop_oldest(defines_, defined_);
+    for (const auto &one : binds_)
+        one->placeholders.clear();
+    bound_.assign(text.placeholders.size(), nullptr);
+    defined_.clear();
+}
+
+bind &statement::bind_position(bind *known, ub4 position)
+{
+    if (position == 0 || position > bound_.size())
+        fail(1036, "there is no bind variable at position %u", position);
+    return bind_placeholders(known, {position - 1});
+}
+
+bind &statement::bind_name(bind *known, std::string_view name)
+{
+    const std::string wanted = upper_case(name.starts_with(':') ? name.substr(1) : name);
+    std::vector<std::size_t> placeholders;
+    for (std::size_t i = 0; i < text.placeholders.size(); ++i)
+        if (text.placeholders[i].name == wanted)
+            placeholders.push_back(i);
+    if (placeholders.empty())
+        fail(1036, "there is no bind variable :%s", wanted.c_str());
+    return bind_placeholders(known, std::move(placeholders));
+}
+
+bind &statement::bind_placeholders(bind *known, std::vector<std::size_t> placeholders)
+{
+    bind *present = bound_[placeholders.front()];
+    if (!known && present && present->placeholders == placeholders)
+        known = present;
+    bind &used = known ? *known : add_to(binds_, *this);
+    std::replace(bound_.begin(), bound_.end(), &used, static_cast<bind *>(nullptr));
+    for (const std::size_t placeholder : placeholders)
+        bound_[placeholder] = &used;
+    used.placeholders = std::move(placeholders);
+    return used;
+}
+
+define &statement::define_position(define *known, ub4 position)
+{
+    if (position == 0 || position > most_columns || (is_described && position > column_count))
+        fail(1007, "the query has no column %u", position);
+    if (defined_.size() < position)
+        defined_.resize(position);
+    if (!known)
+        known = defined_[position - 1];
+    define &used = known ? *known : add_to(defines_, *this);
+    std::replace(defined_.begin(), defined_.end(), &used, static_cast<define *>(nullptr));
+    defined_[position - 1] = &used;
+    used.position = position;
+    return used;
+}
+
+bool statement::release(variable *freed)
+{
+    return release_from(binds_, bound_, freed) || release_from(defines_, defined_, freed);
+}
+
+} // namespace sqlite_oci

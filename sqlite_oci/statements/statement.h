@@ -1,0 +1,252 @@
+// Statements with their binds and defines.
+#pragma once
+
+#include "connections/session.h"
+#include "handles/call.h"
+#include "sql/sql_text.h"
+#include "statements/describe.h"
+#include "statements/locked_rows.h"
+#include "statements/row_store.h"
+#include "variables/host_value.h"
+
+#include <memory>
+#include <vector>
+
+namespace sqlite_oci
+{
+
+struct statement;
+
+// The application's arrays behind a bind or a define. The skips are the bytes from one element to the next.
+struct host_array {
+    host_type host;
+    ub1 form = SQLCS_IMPLICIT;
+    ub2 set_id = 0; // as the application set it; 0 is the environment's own
+
+    void *values = nullptr;
+    sb2 *indicators = nullptr;
+    ub2 *lengths = nullptr;
+    ub2 *codes = nullptr;
+    std::size_t value_skip = 0;
+    std::size_t indicator_skip = sizeof(sb2);
+    std::size_t length_skip = sizeof(ub2);
+    std::size_t code_skip = sizeof(ub2);
+
+    void *value_at(std::size_t row) const { return static_cast<char *>(values) + row * value_skip; }
+    sb2 *indicator_at(std::size_t row) const { return element(indicators, row * indicator_skip); }
+    ub2 *length_at(std::size_t row) const { return element(lengths, row * length_skip); }
+    ub2 *code_at(std::size_t row) const { return element(codes, row * code_skip); }
+
+private:
+    template <class T> static T *element(T *array, std::size_t offset)
+    {
+        return array ? reinterpret_cast<T *>(reinterpret_cast<char *>(array) + offset) : nullptr;
+    }
+};
+
+// A bind or a define: belongs to its statement and is freed with it.
+struct variable : object {
+    explicit variable(statement &of);
+
+    // Throws ORA-03115 where the type or its size is not served.
+    void describe(void *valuep, sb4 value_sz, ub2 dty, void *indp, ub2 *lengths, ub2 *codes);
+    void set_form(ub1 form);
+    void set_set_id(ub2 id);
+    void set_skips(ub4 value, ub4 indicator, ub4 length, ub4 code);
+
+    statement &owner;
+    host_array array;
+    bool is_dynamic = false; // values pass through a callback
+
+private:
+    virtual void find_conversion() = 0;
+    void choose_set();
+};
+
+struct bind final : variable {
+    static constexpr ub4 handle_kind = OCI_HTYPE_BIND;
+    using variable::variable;
+
+    // The value of an element; text that had to be converted lives until the next call.
+    value value_of(std::size_t row);
+
+    void set_callback(void *context, OCICallbackInBind callback)
+    {
+        in_context_ = context;
+        in_callback_ = callback;
+    }
+
+    std::vector<std::size_t> placeholders; // those that have this bind
+
+private:
+    void find_conversion() override;
+    void check_conversion() const;
+    value gather(std::size_t row);
+
+    host_reader reader_ = nullptr;
+    std::string scratch_;
+    void *in_context_ = nullptr;
+    OCICallbackInBind in_callback_ = nullptr;
+    std::string pieces_;
+};
+
+// What the rows of one fetch met with, beside success.
+struct fetch_outcome {
+    error_record warning{0, {}};
+    error_record error{0, {}}; // ends the fetch
+};
+
+struct define final : variable {
+    static constexpr ub4 handle_kind = OCI_HTYPE_DEFINE;
+    using variable::variable;
+
+    void store(const value &fetched, std::size_t row, fetch_outcome &outcome) const;
+
+    // The locator in an element; null for elements of other types.
+    lob_locator *locator_at(std::size_t row) const
+    {
+        return is_locator(array.host.type) && array.values ? locator_in(array.value_at(row)) : nullptr;
+    }
+
+    void set_callback(void *context, OCICallbackDefine callback)
+    {
+        context_ = context;
+        callback_ = callback;
+    }
+
+    ub4 position = 0;
+
+private:
+    void find_conversion() override;
+    void give(const value &fetched, std::size_t row, fetch_outcome &outcome) const;
+    void store_null(std::size_t row, fetch_outcome &outcome) const;
+    void report_cut(const written &result, std::size_t row, fetch_outcome &outcome) const;
+    std::string column_text() const;
+
+    host_writer writer_ = nullptr;
+    void *context_ = nullptr;
+    OCICallbackDefine callback_ = nullptr;
+};
+
+// A statement of SQLite, compiled for a connection.
+class compiled_statement
+{
+public:
+    compiled_statement() = default;
+    ~compiled_statement() { reset(); }
+    compiled_statement(const compiled_statement &) = delete;
+    compiled_statement &operator=(const compiled_statement &) = delete;
+
+    // Keeps what is compiled already for this connection. Needs the connection's mutex. On failure throws,
+    // with the error's place in *error_offset.
+    void compile(const std::shared_ptr<connection> &on, const sql_text &text, ub2 *error_offset);
+
+    // Takes the connection's mutex.
+    void reset();
+
+    sqlite3_stmt *get() const { return compiled_; }
+
+    // The columns of what is compiled, as describe_columns does. Takes the connection's mutex.
+    column_descriptions describe(std::string_view text, const std::vector<value_kind> &kinds) const;
+
+private:
+    void finalize();
+    void check_whole_text(const sql_text &text, const char *tail) const;
+
+    std::shared_ptr<connection> on_;
+    sqlite3_stmt *compiled_ = nullptr;
+};
+
+struct execution {
+    ub4 iterations = 0;
+    ub4 row_offset = 0;
+    ub4 mode = OCI_DEFAULT;
+};
+
+struct statement final : object, parameter_owner {
+    static constexpr ub4 handle_kind = OCI_HTYPE_STMT;
+    using object::object;
+
+    void prepare(std::string text);
+
+    // --- Binds and defines. `known` is one of this statement's to use again; when it is null, the one that
+    // is
+    //     in this place already is used, or else a new one.
+    bind &bind_position(bind *known, ub4 position);
+    bind &bind_name(bind *known, std::string_view name);
+    define &define_position(define *known, ub4 position);
+    bool release(variable *freed);
+    bind *bind_at(std::size_t placeholder) const { return bound_[placeholder]; }
+
+    // --- Execution and fetch, as OCIStmtExecute and OCIStmtFetch2 define them.
+    sword execute(const service_context &context, const execution &how, call_errors errors);
+    sword fetch(ub4 rows, ub2 orientation, sb4 offset, call_errors errors);
+    void cancel();
+
+    // The select list, none of other statements; described when first asked for. Throws ORA-24338 before an
+    // execution.
+    const column_descriptions &columns();
+
+    // OCI_ATTR_STMT_STATE: 1 prepared, 2 executed, 3 all rows fetched.
+    ub4 state() const
+    {
+        if (!is_executed)
+            return 1;
+        return text.kind == statement_kind::query && current_row >= rows_.size() ? 3 : 2;
+    }
+
+    sql_text text;
+    bool is_prepared = false;
+    bool made_by_prepare2 = false;
+    ub2 error_offset = 0;      // OCI_ATTR_PARSE_ERROR_OFFSET
+    ub4 row_count = 0;         // OCI_ATTR_ROW_COUNT
+    ub4 rows_fetched = 0;      // OCI_ATTR_ROWS_FETCHED
+    ub4 batch_error_count = 0; // OCI_ATTR_NUM_DML_ERRORS
+    ub4 prefetch_rows = 1;     // all rows are here after execution: kept for programs that ask
+    ub4 prefetch_memory = 0;
+    ub4 column_count = 0;
+    ub4 current_row = 0; // of all rows, from 1: the last one fetched
+    bool is_executed = false;
+    bool is_described = false;
+
+private:
+    bind &bind_placeholders(bind *known, std::vector<std::size_t> placeholders);
+    void forget_variables();
+
+    void check_binds() const;
+    void bind_row(sqlite3_stmt *target, std::size_t row);
+    sword run_query(const std::shared_ptr<connection> &on, const execution &how, call_errors errors);
+    sword run_changes(connection &on, const execution &how, call_errors errors);
+    void run_definition(connection &on);
+    void run_once(connection &on);
+    void run_savepoint(connection &on);
+    sword fetch_exactly(ub4 rows, call_errors errors);
+    void change_row(connection &on, std::size_t row);
+    int step(connection &on, sqlite3_stmt *running);
+    [[noreturn]] void fail_in_engine(connection &on, int code);
+
+    std::vector<value_kind> value_kinds() const;
+    std::size_t first_row(ub2 orientation, sb4 offset) const;
+    std::size_t store_rows(std::size_t first, std::size_t count, fetch_outcome &outcome) const;
+
+    sqlite3_stmt *locking_query(const std::shared_ptr<connection> &on);
+
+    compiled_statement compiled_;
+    row_store rows_;
+    column_descriptions columns_; // empty until asked for
+
+    // Of a query FOR UPDATE: where locators that are fetched from it come from.
+    compiled_statement locking_;
+    locked_rows locked_;
+    bool is_scrollable_ = false;
+
+    // All that have live handles; those of texts that this handle was prepared with before stay for programs
+    // that bind with them again.
+    std::vector<std::unique_ptr<bind>> binds_;
+    std::vector<std::unique_ptr<define>> defines_;
+
+    std::vector<bind *> bound_;     // by placeholder
+    std::vector<define *> defined_; // by column, from 0
+};
+
+} // namespace sqlite_oci
