@@ -1,10 +1,12 @@
 #!/bin/sh
-# Holds the built library to the list of what it exports, and the routing table of the documentation too.
-# Usage: check_symbols.sh LIBRARY exported_calls.h routing.md
+# Holds the built library to the list of what it exports, and with it the routing table of the documentation
+# and the conformance tests, which call every function of the list.
+# Usage: check_symbols.sh LIBRARY exported_calls.h routing.md TEST_PROGRAM
 set -eu
 library=$1
 rows=$2
 routing=$3
+tests=$4
 
 directory=$(mktemp -d)
 trap 'rm -rf "$directory"' EXIT
@@ -38,6 +40,11 @@ variables=$(grep -c '^TLS ' "$directory/found")
 # A call that was written but not listed is in the library all the same, as a local symbol.
 forgotten=$(readelf --syms -W "$library" | awk '$4 == "FUNC" && $8 ~ /^OCI[A-Z]/ && $5 == "LOCAL" { print $8 }')
 [ -z "$forgotten" ] || complain "defined but not listed for export:" $forgotten
+
+# What a program calls, or hands on to be called, it leaves undefined.
+nm -D --undefined-only "$tests" | awk '{ print $NF }' | sort >"$directory/used"
+awk '{ print $1 }' "$directory/calls" | sort | comm -23 - "$directory/used" >"$directory/untested"
+[ ! -s "$directory/untested" ] || complain "no test in $tests calls:" $(cat "$directory/untested")
 
 awk -F'|' '/^\| `OCI/ { gsub(/[ `]/, ""); print $2, $3, $4 }' "$routing" | sort >"$directory/documented"
 sort "$directory/calls" >"$directory/listed"
