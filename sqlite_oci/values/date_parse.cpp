@@ -2,16 +2,13 @@
 
 #include "text/text_scan.h"
 #include "values/date_errors.h"
+#include "values/date_fields.h"
 #include "values/date_model.h"
-
-#include <optional>
 
 namespace sqlite_oci
 {
 namespace
 {
-
-constexpr int julian_max = 5373484; // 31 December 9999
 
 // What a format can state, each at most once.
 enum field : unsigned {
@@ -173,7 +170,7 @@ int take_roman_month(std::string_view *text)
 class date_reader
 {
 public:
-    date_reader(std::string_view text, const civil_time &today) : rest(text), now(today) {}
+    date_reader(std::string_view text, const civil_time &today) : rest(text), fields(today) {}
 
     int read(std::string_view format)
     {
@@ -194,15 +191,7 @@ public:
         return rest.empty() ? int{date_ok} : int{date_input_left_over};
     }
 
-    int resolve(civil_time *time)
-    {
-        int error = resolve_clock(time);
-        if (error == date_ok)
-            error = julian ? resolve_julian(time) : resolve_calendar(time);
-        if (error == date_ok && weekday && *weekday != date_day_of_week(*time))
-            error = date_weekday_conflict;
-        return error;
-    }
+    const date_fields &fields_read() const { return fields; }
 
 private:
     int read_element(const date_element &element)
@@ -230,8 +219,8 @@ private:
             return read_month(element.code);
         case date_code::day_abbreviation:
         case date_code::day_name:
-            weekday = take_name(&rest, day_names);
-            return *weekday >= 0 ? int{date_ok} : int{date_no_weekday};
+            fields.weekday = take_name(&rest, day_names);
+            return *fields.weekday >= 0 ? int{date_ok} : int{date_no_weekday};
         case date_code::era:
         case date_code::dotted_era:
             return read_era();
@@ -279,21 +268,22 @@ private:
 
     int read_month(date_code code)
     {
-        month = code == date_code::month_roman ? take_roman_month(&rest) : take_name(&rest, month_names) + 1;
-        return *month > 0 ? int{date_ok} : int{date_no_month};
+        fields.month =
+            code == date_code::month_roman ? take_roman_month(&rest) : take_name(&rest, month_names) + 1;
+        return *fields.month > 0 ? int{date_ok} : int{date_no_month};
     }
 
     int read_era()
     {
-        before_christ = take(&rest, "B.C.") || take(&rest, "BC");
-        bool found = *before_christ || take(&rest, "A.D.") || take(&rest, "AD");
+        fields.before_christ = take(&rest, "B.C.") || take(&rest, "BC");
+        bool found = *fields.before_christ || take(&rest, "A.D.") || take(&rest, "AD");
         return found ? int{date_ok} : int{date_no_era};
     }
 
     int read_meridian()
     {
-        afternoon = take(&rest, "P.M.") || take(&rest, "PM");
-        bool found = *afternoon || take(&rest, "A.M.") || take(&rest, "AM");
+        fields.afternoon = take(&rest, "P.M.") || take(&rest, "PM");
+        bool found = *fields.afternoon || take(&rest, "A.M.") || take(&rest, "AM");
         return found ? int{date_ok} : int{date_no_meridian};
     }
 
@@ -332,159 +322,13 @@ private:
             return rest.empty() ? date_input_too_short : date_digit_expected;
         if (exact && fill && digits != width)
             return date_digit_count;
-        return store(element.code, negative ? -value : value, digits);
-    }
-
-    static int in_range(int value, int low, int high, int error)
-    {
-        return value >= low && value <= high ? int{date_ok} : error;
-    }
-
-    int store(date_code code, int value, int digits)
-    {
-        switch (code) {
-        case date_code::month:
-            month = value;
-            return in_range(value, 1, 12, date_no_month);
-        case date_code::day_of_month:
-            day = value;
-            return in_range(value, 1, 31, date_day_out_of_range);
-        case date_code::day_of_year:
-            year_day = value;
-            return in_range(value, 1, 366, date_day_of_year_out_of_range);
-        case date_code::day_of_week:
-            weekday = value - 1;
-            return in_range(value, 1, 7, date_no_weekday);
-        case date_code::julian_day:
-            julian = value;
-            return in_range(value, 1, julian_max, date_julian_out_of_range);
-        case date_code::hour12:
-            hour = value % 12;
-            return in_range(value, 1, 12, date_hour12_out_of_range);
-        case date_code::hour24:
-            hour = value;
-            return in_range(value, 0, 23, date_hour24_out_of_range);
-        case date_code::minute:
-            minute = value;
-            return in_range(value, 0, 59, date_minute_out_of_range);
-        case date_code::second:
-            second = value;
-            return in_range(value, 0, 59, date_second_out_of_range);
-        case date_code::second_of_day:
-            day_second = value;
-            return in_range(value, 0, 86399, date_second_of_day_out_of_range);
-        default:
-            year = complete_year(code, value, digits);
-            return in_range(*year, date_year_min, date_year_max, date_year_out_of_range);
-        }
-    }
-
-    // Gives a year with few digits its century.
-    int complete_year(date_code code, int value, int digits) const
-    {
-        int current = now.year;
-        switch (code) {
-        case date_code::year1:
-            return current - current % 10 + value;
-        case date_code::year2:
-            return digits > 2 ? value : current - current % 100 + value;
-        case date_code::year3:
-            return current - current % 1000 + value;
-        case date_code::round_year2:
-        case date_code::round_year4:
-            return digits > 2 ? value : nearest_century(value);
-        default:
-            return value;
-        }
-    }
-
-    // The two halves of a century belong together: 00 to 49 and 50 to 99 of the centuries around now.
-    int nearest_century(int value) const
-    {
-        int century = now.year - now.year % 100;
-        bool now_late = now.year % 100 >= 50;
-        bool value_late = value >= 50;
-        if (now_late && !value_late)
-            century += 100;
-        else if (!now_late && value_late)
-            century -= 100;
-        return century + value;
-    }
-
-    int resolve_clock(civil_time *time) const
-    {
-        int hours = hour.value_or(0) + (afternoon.value_or(false) ? 12 : 0);
-        *time = {0, 0, 0, hours, minute.value_or(0), second.value_or(0)};
-        if (!day_second)
-            return date_ok;
-        civil_time clock{0, 0, 0, *day_second / 3600, *day_second / 60 % 60, *day_second % 60};
-        if (hour && clock.hour != time->hour)
-            return date_hour_conflict;
-        if (minute && clock.minute != time->minute)
-            return date_minute_conflict;
-        if (second && clock.second != time->second)
-            return date_second_conflict;
-        *time = clock;
-        return date_ok;
-    }
-
-    int signed_year() const
-    {
-        int value = year.value_or(now.year);
-        return before_christ.value_or(false) ? -value : value;
-    }
-
-    int resolve_julian(civil_time *time) const
-    {
-        const int first_ad = date_to_day_number(1, 1, 1);
-        int number = *julian;
-        if (number < first_ad) {
-            number += julian_shift_bc;
-            if (number >= first_ad)
-                return date_julian_out_of_range;
-        }
-        if (!date_from_day_number(number, time))
-            return date_julian_out_of_range;
-        if (year && signed_year() != time->year)
-            return date_year_conflict;
-        if (month && *month != time->month)
-            return date_month_conflict;
-        if (day && *day != time->day)
-            return date_day_conflict;
-        return date_ok;
-    }
-
-    int resolve_calendar(civil_time *time) const
-    {
-        time->year = signed_year();
-        if (time->year == 0 || time->year < date_year_min)
-            return date_year_out_of_range;
-        if (year_day)
-            return resolve_day_of_year(time);
-        time->month = month.value_or(now.month);
-        time->day = day.value_or(1);
-        return date_is_valid(*time) ? int{date_ok} : int{date_no_such_day_in_month};
-    }
-
-    int resolve_day_of_year(civil_time *time) const
-    {
-        int year_of_day = time->year;
-        if (!date_from_day_number(date_to_day_number(year_of_day, 1, 1) + *year_day - 1, time) ||
-            time->year != year_of_day)
-            return date_day_of_year_out_of_range;
-        if (month && *month != time->month)
-            return date_month_conflict;
-        if (day && *day != time->day)
-            return date_day_conflict;
-        return date_ok;
+        return fields.store(element.code, negative ? -value : value, digits);
     }
 
     std::string_view rest;
-    const civil_time &now;
+    date_fields fields;
     bool exact = false;
     bool fill = true;
-    std::optional<int> year, month, day, year_day, weekday, julian, hour, minute, second, day_second;
-    std::optional<bool> before_christ, afternoon;
 };
 
 } // namespace
@@ -500,7 +344,7 @@ int date_parse_format(std::string_view text, std::string_view format, const civi
     civil_time result{};
     error = reader.read(format);
     if (error == date_ok)
-        error = reader.resolve(&result);
+        error = reader.fields_read().resolve(&result);
     if (error == date_ok)
         *time = result;
     return error;

@@ -61,6 +61,8 @@ bool number_decode(const OCINumber &number, base10 *value);
 // Rounds to the digits of a NUMBER and checks the range.
 number_status number_encode(base100 *value, OCINumber *number);
 
+void number_set_infinity(OCINumber *number, bool negative);
+
 // Takes a sign from the front of *text, if there is one.
 bool take_sign(std::string_view *text, bool *negative);
 
