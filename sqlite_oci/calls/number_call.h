@@ -8,6 +8,7 @@ namespace sqlite_oci
 {
 
 enum number_error : int {
+    out_of_domain = 1428,
     invalid_text = 1722,
     overflow = 22053,
     underflow = 22054,
@@ -38,6 +39,8 @@ inline sword report(OCIError *err, number_status status)
         return raise_error(err, invalid_text, "the text is not a number");
     case number_status::bad_format:
         return raise_error(err, invalid_format, "the number format is not recognized");
+    case number_status::out_of_domain:
+        return raise_error(err, out_of_domain, "the function has no value for this argument");
     case number_status::invalid:
         break;
     }

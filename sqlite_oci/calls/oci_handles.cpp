@@ -4,11 +4,19 @@
 #include "lobs/lob.h"
 #include "statements/describe.h"
 #include "statements/statement.h"
+#include "variables/descriptors.h"
 
 using namespace sqlite_oci;
 
 namespace
 {
+
+std::unique_ptr<object> make_interval(environment &env, interval_type type)
+{
+    auto made = std::make_unique<interval_descriptor>(&env);
+    made->value.type = type;
+    return made;
+}
 
 // A descriptor that only carries its identity.
 struct plain_descriptor final : object {
@@ -40,9 +48,21 @@ std::unique_ptr<object> make_object(environment &env, ub4 kind)
         return make<describe_handle>(env);
     case OCI_DTYPE_LOB:
         return make<lob_locator>(env);
+    case OCI_DTYPE_DATE:
+    case OCI_DTYPE_TIME:
+    case OCI_DTYPE_TIME_TZ:
+    case OCI_DTYPE_TIMESTAMP:
+    case OCI_DTYPE_TIMESTAMP_TZ:
+    case OCI_DTYPE_TIMESTAMP_LTZ:
+        return make<datetime_descriptor>(env);
+    case OCI_DTYPE_INTERVAL_YM:
+        return make_interval(env, interval_type::year_to_month);
+    case OCI_DTYPE_INTERVAL_DS:
+        return make_interval(env, interval_type::day_to_second);
+    case OCI_DTYPE_ROWID:
+        return make<rowid_descriptor>(env);
     case OCI_DTYPE_FILE:
     case OCI_DTYPE_SNAP:
-    case OCI_DTYPE_ROWID:
         return make<plain_descriptor>(env);
     default:
         return nullptr;

@@ -18,18 +18,13 @@
     X(OCIAnyDataEndCreate) X(OCIAnyDataGetCurrAttrNum) X(OCIAnyDataGetType) X(OCIAnyDataIsNull) \
     X(OCIAnyDataSetAddInstance) X(OCIAnyDataSetBeginCreate) X(OCIAnyDataSetDestroy) \
     X(OCIAnyDataSetEndCreate) X(OCIAnyDataSetGetCount) X(OCIAnyDataSetGetInstance) X(OCIAnyDataSetGetType) \
-    X(OCIAppCtxClearAll) X(OCIAppCtxSet) X(OCIBindObject) X(OCICacheFlush) \
-    X(OCICacheFlushRefresh) X(OCICacheFree) X(OCICacheGetObjects) X(OCICacheRefresh) X(OCICacheRegister) \
-    X(OCICacheUnmark) X(OCICacheUnpin) X(OCICharSetToUnicode) X(OCICollAppend) X(OCICollAssign) \
-    X(OCICollAssignElem) X(OCICollGetElem) X(OCICollGetElemArray) X(OCICollIsLocator) X(OCICollSize) \
-    X(OCICollTrim) X(OCIConnectionPoolCreate) X(OCIConnectionPoolDestroy) X(OCIContextClearValue) \
-    X(OCIContextGenerateKey) X(OCIContextGetValue) X(OCIContextSetValue) X(OCIDBShutdown) X(OCIDBStartup) \
-    X(OCIDOMFree) X(OCIDateTimeAssign) X(OCIDateTimeCheck) X(OCIDateTimeCompare) X(OCIDateTimeConstruct) \
-    X(OCIDateTimeConvert) X(OCIDateTimeFromArray) X(OCIDateTimeFromText) X(OCIDateTimeGetDate) \
-    X(OCIDateTimeGetTime) X(OCIDateTimeGetTimeZoneName) X(OCIDateTimeGetTimeZoneOffset) \
-    X(OCIDateTimeIntervalAdd) X(OCIDateTimeIntervalSub) X(OCIDateTimeSubtract) X(OCIDateTimeSysTimeStamp) \
-    X(OCIDateTimeToArray) X(OCIDateTimeToText) X(OCIDefineObject) \
-    X(OCIDirPathAbort) X(OCIDirPathColArrayEntryGet) X(OCIDirPathColArrayEntrySet) \
+    X(OCIAppCtxClearAll) X(OCIAppCtxSet) X(OCIBindObject) X(OCICacheFlush) X(OCICacheFlushRefresh) \
+    X(OCICacheFree) X(OCICacheGetObjects) X(OCICacheRefresh) X(OCICacheRegister) X(OCICacheUnmark) \
+    X(OCICacheUnpin) X(OCICharSetToUnicode) X(OCICollAppend) X(OCICollAssign) X(OCICollAssignElem) \
+    X(OCICollGetElem) X(OCICollGetElemArray) X(OCICollIsLocator) X(OCICollSize) X(OCICollTrim) \
+    X(OCIConnectionPoolCreate) X(OCIConnectionPoolDestroy) X(OCIContextClearValue) X(OCIContextGenerateKey) \
+    X(OCIContextGetValue) X(OCIContextSetValue) X(OCIDBShutdown) X(OCIDBStartup) X(OCIDOMFree) \
+    X(OCIDefineObject) X(OCIDirPathAbort) X(OCIDirPathColArrayEntryGet) X(OCIDirPathColArrayEntrySet) \
     X(OCIDirPathColArrayReset) X(OCIDirPathColArrayRowGet) X(OCIDirPathColArrayToStream) \
     X(OCIDirPathDataSave) X(OCIDirPathFinish) X(OCIDirPathFlushRow) X(OCIDirPathLoadStream) \
     X(OCIDirPathPrepare) X(OCIDirPathStreamReset) X(OCIDurationBegin) X(OCIDurationEnd) \
@@ -42,39 +37,31 @@
     X(OCIFormatTEb2) X(OCIFormatTEb4) X(OCIFormatTEnd) X(OCIFormatTEword) X(OCIFormatTSb1) X(OCIFormatTSb2) \
     X(OCIFormatTSb4) X(OCIFormatTSbig_ora) X(OCIFormatTSword) X(OCIFormatTText) X(OCIFormatTUb1) \
     X(OCIFormatTUb2) X(OCIFormatTUb4) X(OCIFormatTUbig_ora) X(OCIFormatTUword) X(OCIFormatTerm) \
-    X(OCIInitEventHandle) X(OCIIntervalAdd) X(OCIIntervalAssign) X(OCIIntervalCheck) X(OCIIntervalCompare) \
-    X(OCIIntervalDivide) X(OCIIntervalFromNumber) X(OCIIntervalFromTZ) X(OCIIntervalFromText) \
-    X(OCIIntervalGetDaySecond) X(OCIIntervalGetYearMonth) X(OCIIntervalMultiply) X(OCIIntervalSetDaySecond) \
-    X(OCIIntervalSetYearMonth) X(OCIIntervalSubtract) X(OCIIntervalToNumber) X(OCIIntervalToText) \
-    X(OCIIterCreate) X(OCIIterDelete) X(OCIIterGetCurrent) X(OCIIterInit) X(OCIIterNext) X(OCIIterPrev) \
-    X(OCIKerbAttrSet) X(OCILdaToSvcCtx) X(OCILobArrayRead) X(OCILobArrayWrite) X(OCILobDisableBuffering) \
-    X(OCILobEnableBuffering) X(OCILobFileClose) X(OCILobFileCloseAll) X(OCILobFileExists) \
-    X(OCILobFileGetName) X(OCILobFileIsOpen) X(OCILobFileOpen) X(OCILobFileSetName) X(OCILobFlushBuffer) \
-    X(OCILobLoadFromFile) X(OCILobLoadFromFile2) X(OCIMemoryAlloc) X(OCIMemoryFree) X(OCIMemoryResize) \
-    X(OCIMemorySetCurrentIDs) X(OCIMessageClose) X(OCIMessageOpen) \
-    X(OCIMultiByteInSizeToWideChar) X(OCIMultiByteToWideChar) X(OCINlsCharSetConvert) \
-    X(OCINlsEnvironmentVariableGet) X(OCINlsNameMap) \
-    X(OCINumberArcCos) X(OCINumberArcSin) X(OCINumberArcTan) X(OCINumberArcTan2) \
-    X(OCINumberCos) X(OCINumberExp) X(OCINumberHypCos) X(OCINumberHypSin) X(OCINumberHypTan) X(OCINumberLn) \
-    X(OCINumberLog) X(OCINumberPower) X(OCINumberSin) X(OCINumberSqrt) X(OCINumberTan) \
-    X(OCIObjectAlwaysLatest) X(OCIObjectArrayPin) X(OCIObjectCopy) X(OCIObjectExists) X(OCIObjectFlush) \
-    X(OCIObjectFlushRefresh) X(OCIObjectFree) X(OCIObjectGetAttr) X(OCIObjectGetInd) X(OCIObjectGetNewOID) \
-    X(OCIObjectGetObjectRef) X(OCIObjectGetPrimaryKeyTypeRef) X(OCIObjectGetProperty) X(OCIObjectGetTypeRef) \
-    X(OCIObjectIsDirtied) X(OCIObjectIsDirty) X(OCIObjectIsLoaded) X(OCIObjectIsLocked) X(OCIObjectLock) \
-    X(OCIObjectLockNoWait) X(OCIObjectMakeObjectRef) X(OCIObjectMarkDelete) X(OCIObjectMarkDeleteByRef) \
-    X(OCIObjectMarkUpdate) X(OCIObjectNew) X(OCIObjectNotAlwaysLatest) X(OCIObjectPin) \
-    X(OCIObjectPinCountReset) X(OCIObjectPinTable) X(OCIObjectRefresh) X(OCIObjectSetAttr) \
-    X(OCIObjectSetData) X(OCIObjectUnmark) X(OCIObjectUnmarkByRef) X(OCIObjectUnpin) X(OCIPStreamClose) \
-    X(OCIPStreamFromXMLType) X(OCIPStreamRead) X(OCIParamSet) X(OCIPasswordChange) X(OCIPicklerFdoFree) \
-    X(OCIPicklerFdoInit) X(OCIPicklerImageAddNullScalar) X(OCIPicklerImageAddScalar) \
-    X(OCIPicklerImageCollAddScalar) X(OCIPicklerImageCollBegin) X(OCIPicklerImageCollBeginScan) \
-    X(OCIPicklerImageCollEnd) X(OCIPicklerImageCollGetScalar) X(OCIPicklerImageCollGetScalarSize) \
-    X(OCIPicklerImageFree) X(OCIPicklerImageGenerate) X(OCIPicklerImageGetScalar) \
-    X(OCIPicklerImageGetScalarSize) X(OCIPicklerImageInit) X(OCIPicklerTdsAddAttr) \
-    X(OCIPicklerTdsCreateElement) X(OCIPicklerTdsCreateElementChar) X(OCIPicklerTdsCreateElementNumber) \
-    X(OCIPicklerTdsCreateElementRaw) X(OCIPicklerTdsCreateElementVarchar) X(OCIPicklerTdsCtxFree) \
-    X(OCIPicklerTdsCtxInit) X(OCIPicklerTdsFree) X(OCIPicklerTdsGenerate) X(OCIPicklerTdsGetAttr) \
-    X(OCIPicklerTdsInit) X(OCIRawAllocSize) X(OCIRawAssignBytes) X(OCIRawAssignRaw) X(OCIRawResize) \
+    X(OCIInitEventHandle) X(OCIIterCreate) X(OCIIterDelete) X(OCIIterGetCurrent) X(OCIIterInit) \
+    X(OCIIterNext) X(OCIIterPrev) X(OCIKerbAttrSet) X(OCILdaToSvcCtx) X(OCILobArrayRead) \
+    X(OCILobArrayWrite) X(OCILobDisableBuffering) X(OCILobEnableBuffering) X(OCILobFileClose) \
+    X(OCILobFileCloseAll) X(OCILobFileExists) X(OCILobFileGetName) X(OCILobFileIsOpen) X(OCILobFileOpen) \
+    X(OCILobFileSetName) X(OCILobFlushBuffer) X(OCILobLoadFromFile) X(OCILobLoadFromFile2) \
+    X(OCIMemoryAlloc) X(OCIMemoryFree) X(OCIMemoryResize) X(OCIMemorySetCurrentIDs) X(OCIMessageClose) \
+    X(OCIMessageOpen) X(OCIMultiByteInSizeToWideChar) X(OCIMultiByteToWideChar) X(OCINlsCharSetConvert) \
+    X(OCINlsEnvironmentVariableGet) X(OCINlsNameMap) X(OCIObjectAlwaysLatest) X(OCIObjectArrayPin) \
+    X(OCIObjectCopy) X(OCIObjectExists) X(OCIObjectFlush) X(OCIObjectFlushRefresh) X(OCIObjectGetAttr) \
+    X(OCIObjectGetInd) X(OCIObjectGetNewOID) X(OCIObjectGetObjectRef) X(OCIObjectGetPrimaryKeyTypeRef) \
+    X(OCIObjectGetProperty) X(OCIObjectGetTypeRef) X(OCIObjectIsDirtied) X(OCIObjectIsDirty) \
+    X(OCIObjectIsLoaded) X(OCIObjectIsLocked) X(OCIObjectLock) X(OCIObjectLockNoWait) \
+    X(OCIObjectMakeObjectRef) X(OCIObjectMarkDelete) X(OCIObjectMarkDeleteByRef) X(OCIObjectMarkUpdate) \
+    X(OCIObjectNotAlwaysLatest) X(OCIObjectPin) X(OCIObjectPinCountReset) X(OCIObjectPinTable) \
+    X(OCIObjectRefresh) X(OCIObjectSetAttr) X(OCIObjectSetData) X(OCIObjectUnmark) X(OCIObjectUnmarkByRef) \
+    X(OCIObjectUnpin) X(OCIPStreamClose) X(OCIPStreamFromXMLType) X(OCIPStreamRead) X(OCIParamSet) \
+    X(OCIPasswordChange) X(OCIPicklerFdoFree) X(OCIPicklerFdoInit) X(OCIPicklerImageAddNullScalar) \
+    X(OCIPicklerImageAddScalar) X(OCIPicklerImageCollAddScalar) X(OCIPicklerImageCollBegin) \
+    X(OCIPicklerImageCollBeginScan) X(OCIPicklerImageCollEnd) X(OCIPicklerImageCollGetScalar) \
+    X(OCIPicklerImageCollGetScalarSize) X(OCIPicklerImageFree) X(OCIPicklerImageGenerate) \
+    X(OCIPicklerImageGetScalar) X(OCIPicklerImageGetScalarSize) X(OCIPicklerImageInit) \
+    X(OCIPicklerTdsAddAttr) X(OCIPicklerTdsCreateElement) X(OCIPicklerTdsCreateElementChar) \
+    X(OCIPicklerTdsCreateElementNumber) X(OCIPicklerTdsCreateElementRaw) \
+    X(OCIPicklerTdsCreateElementVarchar) X(OCIPicklerTdsCtxFree) X(OCIPicklerTdsCtxInit) \
+    X(OCIPicklerTdsFree) X(OCIPicklerTdsGenerate) X(OCIPicklerTdsGetAttr) X(OCIPicklerTdsInit) \
     X(OCIRefAssign) X(OCIRefFromHex) X(OCIRefToHex) X(OCIResultSetToStmt) X(OCIRowidToChar) \
     X(OCISecurityAbortIdentity) X(OCISecurityClosePersona) X(OCISecurityCloseWallet) \
     X(OCISecurityCreateIdentity) X(OCISecurityCreatePersona) X(OCISecurityCreateWallet) \
@@ -86,52 +73,45 @@
     X(OCISecurityPKDecrypt) X(OCISecurityPKEncryptExpansion) X(OCISecurityPurgeBlock) \
     X(OCISecurityRandomBytes) X(OCISecurityRandomNumber) X(OCISecurityRemoveIdentity) \
     X(OCISecurityRemovePersona) X(OCISecurityReuseBlock) X(OCISecuritySeedRandom) X(OCISecuritySetBlock) \
-    X(OCISecuritySetProtection) X(OCISecuritySign) X(OCISecuritySignDetExpansion) X(OCISecuritySignDetached) \
-    X(OCISecuritySignExpansion) X(OCISecurityStorePersona) X(OCISecurityStoreTrustedIdentity) \
-    X(OCISecurityTerminate) X(OCISecurityValidate) X(OCISecurityVerify) X(OCISecurityVerifyDetached) \
-    X(OCISecurity_PKEncrypt) X(OCISessionGet) X(OCISessionPoolCreate) X(OCISessionPoolDestroy) \
-    X(OCISessionRelease) X(OCISharedLibInit) X(OCIStmtBindByName) X(OCIStmtBindByPos) X(OCIStmtGetBindInfo) \
-    X(OCIStmtGetPieceInfo) X(OCIStmtSetPieceInfo) X(OCIStringAllocSize) X(OCIStringAssign) \
-    X(OCIStringAssignText) X(OCIStringResize) X(OCISubscriptionDisable) X(OCISubscriptionEnable) \
-    X(OCISubscriptionPost) X(OCISubscriptionRegister) X(OCISubscriptionUnRegister) X(OCISvcCtxToLda) \
-    X(OCITableDelete) X(OCITableExists) X(OCITableFirst) X(OCITableLast) X(OCITableNext) X(OCITablePrev) \
-    X(OCITableSize) X(OCIThreadClose) X(OCIThreadCreate) X(OCIThreadHandleGet) X(OCIThreadHndDestroy) \
-    X(OCIThreadHndInit) X(OCIThreadIdDestroy) X(OCIThreadIdGet) X(OCIThreadIdInit) X(OCIThreadIdNull) \
-    X(OCIThreadIdSame) X(OCIThreadIdSet) X(OCIThreadIdSetNull) X(OCIThreadInit) X(OCIThreadJoin) \
-    X(OCIThreadKeyDestroy) X(OCIThreadKeyGet) X(OCIThreadKeyInit) X(OCIThreadKeySet) \
-    X(OCIThreadMutexAcquire) X(OCIThreadMutexDestroy) X(OCIThreadMutexInit) X(OCIThreadMutexRelease) \
-    X(OCIThreadTerm) X(OCITransDetach) X(OCITransForget) X(OCITransMultiPrepare) X(OCITransPrepare) \
-    X(OCITypeAddAttr) X(OCITypeArrayByName) X(OCITypeArrayByRef) X(OCITypeAttrByName) X(OCITypeAttrNext) \
-    X(OCITypeBeginCreate) X(OCITypeByName) X(OCITypeByRef) X(OCITypeCollElem) X(OCITypeCollExtTypeCode) \
-    X(OCITypeCollSize) X(OCITypeElemParameterizedType) X(OCITypeElemType) X(OCITypeEndCreate) \
-    X(OCITypeIterFree) X(OCITypeIterNew) X(OCITypeIterSet) X(OCITypeMethodByName) X(OCITypeMethodMap) \
-    X(OCITypeMethodNext) X(OCITypeMethodOrder) X(OCITypeParamByName) X(OCITypeParamByPos) X(OCITypeParamPos) \
-    X(OCITypeResult) X(OCITypeSetBuiltin) X(OCITypeSetCollection) X(OCITypeVTInit) X(OCITypeVTInsert) \
-    X(OCITypeVTSelect) X(OCIUnicodeToCharSet) X(OCIUserCallbackGet) X(OCIUserCallbackRegister) \
-    X(OCIWideCharInSizeToMultiByte) X(OCIWideCharToMultiByte) X(OCIXMLTypeCreateFromSrc) X(OCIXMLTypeExists) \
-    X(OCIXMLTypeExtract) X(OCIXMLTypeGetDOM) X(OCIXMLTypeGetFromDOM) X(OCIXMLTypeGetSchema) \
-    X(OCIXMLTypeIsSchemaBased) X(OCIXMLTypeNew) X(OCIXMLTypeTransform) X(OCIXMLTypeValidate) X(obindps) \
-    X(obndra) X(obndrn) X(obndrv) X(obreak) X(ocan) X(ociepgoe) X(oclose) X(ocof) X(ocom) X(ocon) X(odefin) \
-    X(odefinps) X(odescr) X(odessp) X(oerhms) X(oermsg) X(oexec) X(oexfet) X(oexn) X(ofen) X(ofetch) \
-    X(oflng) X(ogetpi) X(ognfd) X(olog) X(ologof) X(onbclr) X(onbset) X(onbtst) X(oopen) X(oopt) X(oparse) \
-    X(opinit) X(orol) X(osetpi)
+    X(OCISecuritySetProtection) X(OCISecuritySign) X(OCISecuritySignDetExpansion) \
+    X(OCISecuritySignDetached) X(OCISecuritySignExpansion) X(OCISecurityStorePersona) \
+    X(OCISecurityStoreTrustedIdentity) X(OCISecurityTerminate) X(OCISecurityValidate) X(OCISecurityVerify) \
+    X(OCISecurityVerifyDetached) X(OCISecurity_PKEncrypt) X(OCISessionGet) X(OCISessionPoolCreate) \
+    X(OCISessionPoolDestroy) X(OCISessionRelease) X(OCISharedLibInit) X(OCIStmtBindByName) \
+    X(OCIStmtBindByPos) X(OCIStmtGetBindInfo) X(OCIStmtGetPieceInfo) X(OCIStmtSetPieceInfo) \
+    X(OCISubscriptionDisable) X(OCISubscriptionEnable) X(OCISubscriptionPost) X(OCISubscriptionRegister) \
+    X(OCISubscriptionUnRegister) X(OCISvcCtxToLda) X(OCITableDelete) X(OCITableExists) X(OCITableFirst) \
+    X(OCITableLast) X(OCITableNext) X(OCITablePrev) X(OCITableSize) X(OCITransDetach) X(OCITransForget) \
+    X(OCITransMultiPrepare) X(OCITransPrepare) X(OCITypeAddAttr) X(OCITypeArrayByName) X(OCITypeArrayByRef) \
+    X(OCITypeAttrByName) X(OCITypeAttrNext) X(OCITypeBeginCreate) X(OCITypeByName) X(OCITypeByRef) \
+    X(OCITypeCollElem) X(OCITypeCollExtTypeCode) X(OCITypeCollSize) X(OCITypeElemParameterizedType) \
+    X(OCITypeElemType) X(OCITypeEndCreate) X(OCITypeIterFree) X(OCITypeIterNew) X(OCITypeIterSet) \
+    X(OCITypeMethodByName) X(OCITypeMethodMap) X(OCITypeMethodNext) X(OCITypeMethodOrder) \
+    X(OCITypeParamByName) X(OCITypeParamByPos) X(OCITypeParamPos) X(OCITypeResult) X(OCITypeSetBuiltin) \
+    X(OCITypeSetCollection) X(OCITypeVTInit) X(OCITypeVTInsert) X(OCITypeVTSelect) X(OCIUnicodeToCharSet) \
+    X(OCIUserCallbackGet) X(OCIUserCallbackRegister) X(OCIWideCharInSizeToMultiByte) \
+    X(OCIWideCharToMultiByte) X(OCIXMLTypeCreateFromSrc) X(OCIXMLTypeExists) X(OCIXMLTypeExtract) \
+    X(OCIXMLTypeGetDOM) X(OCIXMLTypeGetFromDOM) X(OCIXMLTypeGetSchema) X(OCIXMLTypeIsSchemaBased) \
+    X(OCIXMLTypeNew) X(OCIXMLTypeTransform) X(OCIXMLTypeValidate) X(obindps) X(obndra) X(obndrn) X(obndrv) \
+    X(obreak) X(ocan) X(ociepgoe) X(oclose) X(ocof) X(ocom) X(ocon) X(odefin) X(odefinps) X(odescr) \
+    X(odessp) X(oerhms) X(oermsg) X(oexec) X(oexfet) X(oexn) X(ofen) X(ofetch) X(oflng) X(ogetpi) X(ognfd) \
+    X(olog) X(ologof) X(onbclr) X(onbset) X(onbtst) X(oopen) X(oopt) X(oparse) X(opinit) X(orol) X(osetpi)
 
 // Calls that return a value or nothing: zero, false or null.
 #define UNSERVED_VALUES(X) \
-    X(OCICharSetConversionIsReplacementUsed) X(OCICollMax) X(OCIMessageGet) X(OCIMultiByteStrCaseConversion) \
-    X(OCIMultiByteStrcat) X(OCIMultiByteStrcmp) X(OCIMultiByteStrcpy) X(OCIMultiByteStrlen) \
-    X(OCIMultiByteStrnDisplayLength) X(OCIMultiByteStrncat) X(OCIMultiByteStrncmp) X(OCIMultiByteStrncpy) \
-    X(OCIRawPtr) X(OCIRawSize) X(OCIRefClear) X(OCIRefHexSize) X(OCIRefIsEqual) \
-    X(OCIRefIsNull) X(OCIStringPtr) X(OCIStringSize) X(OCIThreadIsMulti) X(OCIThreadProcessInit) \
-    X(OCITypeAttrs) X(OCITypeCollTypeCode) X(OCITypeElemCharSetForm) X(OCITypeElemCharSetID) \
-    X(OCITypeElemDefaultValue) X(OCITypeElemExtTypeCode) X(OCITypeElemFlags) X(OCITypeElemLength) \
-    X(OCITypeElemName) X(OCITypeElemNumPrec) X(OCITypeElemNumScale) X(OCITypeElemParamMode) \
-    X(OCITypeElemTypeCode) X(OCITypeMethodEncap) X(OCITypeMethodFlags) X(OCITypeMethodName) \
-    X(OCITypeMethodOverload) X(OCITypeMethodParams) X(OCITypeMethods) X(OCITypeName) X(OCITypeSchema) \
-    X(OCITypeTypeCode) X(OCITypeVersion) X(OCIWideCharDisplayLength) X(OCIWideCharIsAlnum) \
-    X(OCIWideCharIsAlpha) X(OCIWideCharIsCntrl) X(OCIWideCharIsDigit) X(OCIWideCharIsGraph) \
-    X(OCIWideCharIsLower) X(OCIWideCharIsPrint) X(OCIWideCharIsPunct) X(OCIWideCharIsSingleByte) \
-    X(OCIWideCharIsSpace) X(OCIWideCharIsUpper) X(OCIWideCharIsXdigit) X(OCIWideCharMultiByteLength) \
+    X(OCICharSetConversionIsReplacementUsed) X(OCICollMax) X(OCIMessageGet) \
+    X(OCIMultiByteStrCaseConversion) X(OCIMultiByteStrcat) X(OCIMultiByteStrcmp) X(OCIMultiByteStrcpy) \
+    X(OCIMultiByteStrlen) X(OCIMultiByteStrnDisplayLength) X(OCIMultiByteStrncat) X(OCIMultiByteStrncmp) \
+    X(OCIMultiByteStrncpy) X(OCIRefClear) X(OCIRefHexSize) X(OCIRefIsEqual) X(OCIRefIsNull) X(OCITypeAttrs) \
+    X(OCITypeCollTypeCode) X(OCITypeElemCharSetForm) X(OCITypeElemCharSetID) X(OCITypeElemDefaultValue) \
+    X(OCITypeElemExtTypeCode) X(OCITypeElemFlags) X(OCITypeElemLength) X(OCITypeElemName) \
+    X(OCITypeElemNumPrec) X(OCITypeElemNumScale) X(OCITypeElemParamMode) X(OCITypeElemTypeCode) \
+    X(OCITypeMethodEncap) X(OCITypeMethodFlags) X(OCITypeMethodName) X(OCITypeMethodOverload) \
+    X(OCITypeMethodParams) X(OCITypeMethods) X(OCITypeName) X(OCITypeSchema) X(OCITypeTypeCode) \
+    X(OCITypeVersion) X(OCIWideCharDisplayLength) X(OCIWideCharIsAlnum) X(OCIWideCharIsAlpha) \
+    X(OCIWideCharIsCntrl) X(OCIWideCharIsDigit) X(OCIWideCharIsGraph) X(OCIWideCharIsLower) \
+    X(OCIWideCharIsPrint) X(OCIWideCharIsPunct) X(OCIWideCharIsSingleByte) X(OCIWideCharIsSpace) \
+    X(OCIWideCharIsUpper) X(OCIWideCharIsXdigit) X(OCIWideCharMultiByteLength) \
     X(OCIWideCharStrCaseConversion) X(OCIWideCharStrcat) X(OCIWideCharStrchr) X(OCIWideCharStrcmp) \
     X(OCIWideCharStrcpy) X(OCIWideCharStrlen) X(OCIWideCharStrncat) X(OCIWideCharStrncmp) \
     X(OCIWideCharStrncpy) X(OCIWideCharStrrchr) X(OCIWideCharToLower) X(OCIWideCharToUpper) \

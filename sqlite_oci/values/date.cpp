@@ -14,7 +14,6 @@ namespace
 constexpr std::int32_t first_day = 366;               // 1 January 4712 BC
 constexpr std::int32_t first_gregorian_day = 2299161; // 15 October 1582
 constexpr std::int32_t last_day = 5373484;            // 31 December 9999
-constexpr std::int32_t seconds_per_day = 86400;
 
 struct year_month_day {
     int year, month, day;

@@ -14,6 +14,7 @@ namespace sqlite_oci
 
 constexpr int date_year_min = -4712;
 constexpr int date_year_max = 9999;
+constexpr std::int32_t seconds_per_day = 86400;
 
 // A point in time of no particular zone. Month and day count from 1.
 struct civil_time {

@@ -45,6 +45,10 @@ enum date_error : int {
     date_letter_expected = 1859,
     date_literal_mismatch = 1861,
     date_digit_count = 1862,
+    date_zone_hour_out_of_range = 1874,
+    date_zone_minute_out_of_range = 1875,
+    date_fraction_out_of_range = 1880,
+    date_region_unknown = 1882,
 };
 
 } // namespace sqlite_oci

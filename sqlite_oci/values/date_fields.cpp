@@ -1,6 +1,10 @@
 #include "values/date_fields.h"
 
+#include "text/text_scan.h"
 #include "values/date_errors.h"
+#include "values/timestamp.h"
+
+#include <algorithm>
 
 namespace sqlite_oci
 {
@@ -14,6 +18,16 @@ int in_range(int value, int low, int high, int error)
     return value >= low && value <= high ? int{date_ok} : error;
 }
 
+std::optional<int> take_two_digits(std::string_view *text)
+{
+    std::optional<int> value;
+    for (int i = 0; i < 2 && !text->empty() && is_digit(text->front()); ++i) {
+        value = value.value_or(0) * 10 + (text->front() - '0');
+        text->remove_prefix(1);
+    }
+    return value;
+}
+
 } // namespace
 
 int date_fields::resolve(civil_time *time) const
@@ -24,6 +38,69 @@ int date_fields::resolve(civil_time *time) const
     if (error == date_ok && weekday && *weekday != date_day_of_week(*time))
         error = date_weekday_conflict;
     return error;
+}
+
+int date_fields::take_of_timestamp(std::string_view *text, const date_element &element, bool exact)
+{
+    const bool is_fraction = element.code == date_code::fraction || element.code == date_code::radix;
+    if (!exact && !is_fraction)
+        skip_blanks(text);
+    if (text->empty() && (exact || !is_fraction) && element.code != date_code::zone_daylight)
+        return date_input_too_short;
+    switch (element.code) {
+    case date_code::radix:
+        if (!take(text, ".") && !take(text, ",") && exact)
+            return date_literal_mismatch;
+        return date_ok;
+    case date_code::fraction:
+        return take_fraction(text, element.width ? element.width : 9, exact);
+    case date_code::zone_hour:
+        west = text->front() == '-';
+        if (west || text->front() == '+')
+            text->remove_prefix(1);
+        zone_hour = take_two_digits(text);
+        if (zone_hour && west)
+            zone_hour = -*zone_hour;
+        return zone_hour ? int{date_ok} : int{date_digit_expected};
+    case date_code::zone_minute:
+        zone_minute = take_two_digits(text);
+        return !zone_minute ? date_digit_expected
+                            : in_range(*zone_minute, 0, 59, date_zone_minute_out_of_range);
+    case date_code::zone_region: {
+        const std::size_t length = std::min(text->find(' '), text->size());
+        int minutes = 0;
+        if (!zone_from_text(text->substr(0, length), &minutes))
+            return date_region_unknown;
+        zone = minutes;
+        text->remove_prefix(length);
+        return date_ok;
+    }
+    default:
+        return date_ok;
+    }
+}
+
+int date_fields::take_fraction(std::string_view *text, int most, bool exact)
+{
+    int value = 0, digits = 0;
+    for (; digits < most && !text->empty() && is_digit(text->front()); ++digits) {
+        value = value * 10 + (text->front() - '0');
+        text->remove_prefix(1);
+    }
+    if (digits == 0 && exact)
+        return date_digit_expected;
+    for (; digits < 9; ++digits)
+        value *= 10;
+    nanosecond = value;
+    return date_ok;
+}
+
+std::optional<int> date_fields::resolve_zone() const
+{
+    if (zone || (!zone_hour && !zone_minute))
+        return zone;
+    const int hours = zone_hour.value_or(0), minutes = zone_minute.value_or(0);
+    return hours * 60 + (west ? -minutes : minutes);
 }
 
 int date_fields::store(date_code code, int value, int digits)

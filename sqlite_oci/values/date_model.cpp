@@ -59,6 +59,12 @@ constexpr code_spelling spellings[] = {
     {"P.M.", date_code::dotted_meridian, 0},
     {"AM", date_code::meridian, 0},
     {"PM", date_code::meridian, 0},
+    {"FF", date_code::fraction, 0},
+    {"X", date_code::radix, 0},
+    {"TZH", date_code::zone_hour, 0},
+    {"TZM", date_code::zone_minute, 0},
+    {"TZR", date_code::zone_region, 0},
+    {"TZD", date_code::zone_daylight, 0},
 };
 
 letter_case case_of(std::string_view spelling)
@@ -108,6 +114,11 @@ bool next_date_element(std::string_view *format, date_element *element)
             element->letters = case_of(*format);
             format->remove_prefix(2);
         }
+        if (spelling.code == date_code::fraction && !format->empty() && is_digit(format->front())) {
+            element->width = format->front() - '0';
+            format->remove_prefix(1);
+            return element->width > 0;
+        }
         return true;
     }
     return take_literal(format, element);
@@ -123,6 +134,21 @@ bool is_time_of_day(date_code code)
     case date_code::second_of_day:
     case date_code::meridian:
     case date_code::dotted_meridian:
+        return true;
+    default:
+        return is_of_timestamp(code);
+    }
+}
+
+bool is_of_timestamp(date_code code)
+{
+    switch (code) {
+    case date_code::radix:
+    case date_code::fraction:
+    case date_code::zone_hour:
+    case date_code::zone_minute:
+    case date_code::zone_region:
+    case date_code::zone_daylight:
         return true;
     default:
         return false;

@@ -48,6 +48,12 @@ enum class date_code : std::uint8_t {
     second_of_day,
     meridian,        // AM, PM
     dotted_meridian, // A.M., P.M.
+    radix,           // X: the point before a fraction
+    fraction,        // FF, FF1 to FF9
+    zone_hour,
+    zone_minute,
+    zone_region,
+    zone_daylight,
 };
 
 enum class letter_case : std::uint8_t { upper, capitalized, lower };
@@ -56,7 +62,7 @@ struct date_element {
     date_code code;
     std::string_view text; // the literal
     letter_case letters;   // of names and of TH, as they are written in the format
-    int width;             // most digits of a number
+    int width;             // most digits of a number; of FF the digits that it names, 0 for none
     bool ordinal;          // followed by TH
     bool quoted;
 };
@@ -65,6 +71,9 @@ struct date_element {
 bool next_date_element(std::string_view *format, date_element *element);
 
 bool is_time_of_day(date_code code);
+
+// Whether only a TIMESTAMP has what the element stands for.
+bool is_of_timestamp(date_code code);
 
 inline constexpr std::string_view month_names[] = {"JANUARY",   "FEBRUARY", "MARCH",    "APRIL",
                                                    "MAY",       "JUNE",     "JULY",     "AUGUST",

@@ -4,6 +4,7 @@
 #include "values/date_errors.h"
 #include "values/date_fields.h"
 #include "values/date_model.h"
+#include "values/timestamp.h"
 
 namespace sqlite_oci
 {
@@ -24,6 +25,10 @@ enum field : unsigned {
     minute_field = 1U << 9,
     second_field = 1U << 10,
     second_of_day_field = 1U << 11,
+    fraction_field = 1U << 12,
+    zone_hour_field = 1U << 13,
+    zone_minute_field = 1U << 14,
+    zone_region_field = 1U << 15,
 };
 
 // The field that an element states, 0 for none; *repeated is the error if that was stated before.
@@ -74,6 +79,14 @@ unsigned field_of(date_code code, int *repeated)
         return second_field;
     case date_code::second_of_day:
         return second_of_day_field;
+    case date_code::fraction:
+        return fraction_field;
+    case date_code::zone_hour:
+        return zone_hour_field;
+    case date_code::zone_minute:
+        return zone_minute_field;
+    case date_code::zone_region:
+        return zone_region_field;
     default:
         return 0;
     }
@@ -99,14 +112,14 @@ bool is_output_only(date_code code)
 }
 
 // Checks a whole format before any text is read, so that a bad format is reported whatever the text.
-int check_input_format(std::string_view format)
+int check_input_format(std::string_view format, bool is_timestamp)
 {
     unsigned seen = 0;
     bool signed_year = false;
     bool hour24 = false;
     date_element element;
     while (!format.empty()) {
-        if (!next_date_element(&format, &element))
+        if (!next_date_element(&format, &element) || (is_of_timestamp(element.code) && !is_timestamp))
             return date_format_unknown;
         if (is_output_only(element.code))
             return date_code_not_for_input;
@@ -208,6 +221,8 @@ private:
         default:
             break;
         }
+        if (is_of_timestamp(element.code))
+            return fields.take_of_timestamp(&rest, element, exact);
         if (!exact)
             skip_blanks(&rest);
         if (rest.empty())
@@ -331,23 +346,44 @@ private:
     bool fill = true;
 };
 
-} // namespace
-
-int date_parse_format(std::string_view text, std::string_view format, const civil_time &now, civil_time *time)
+int parse_along(std::string_view text, std::string_view format, const civil_time &now, bool is_timestamp,
+                timestamp *time)
 {
-    int error = check_input_format(format);
+    int error = check_input_format(format, is_timestamp);
     if (error != date_ok)
         return error;
     if (trim(text).empty())
         return date_input_too_short;
     date_reader reader(text, now);
-    civil_time result{};
+    timestamp result;
     error = reader.read(format);
+    const date_fields &fields = reader.fields_read();
     if (error == date_ok)
-        error = reader.fields_read().resolve(&result);
+        error = fields.resolve(&result.local);
+    result.nanosecond = fields.nanosecond.value_or(0);
+    result.zone = fields.resolve_zone();
+    if (error == date_ok)
+        error = timestamp_check(result);
     if (error == date_ok)
         *time = result;
     return error;
+}
+
+} // namespace
+
+int date_parse_format(std::string_view text, std::string_view format, const civil_time &now, civil_time *time)
+{
+    timestamp parsed;
+    const int error = parse_along(text, format, now, false, &parsed);
+    if (error == date_ok)
+        *time = parsed.local;
+    return error;
+}
+
+int timestamp_parse_format(std::string_view text, std::string_view format, const civil_time &now,
+                           timestamp *time)
+{
+    return parse_along(text, format, now, true, time);
 }
 
 } // namespace sqlite_oci

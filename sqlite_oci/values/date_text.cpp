@@ -3,6 +3,7 @@
 #include "text/text_scan.h"
 #include "values/date_errors.h"
 #include "values/date_model.h"
+#include "values/timestamp.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -83,7 +84,10 @@ std::string_view ordinal_ending(int number)
 class date_writer
 {
 public:
-    date_writer(const civil_time &what, std::string *target) : time(what), out(target) {}
+    date_writer(const timestamp &what, int digits, std::string *target)
+        : time(what.local), moment(what), fraction_digits(digits), out(target)
+    {
+    }
 
     void write(const date_element &element)
     {
@@ -123,12 +127,36 @@ public:
         case date_code::day_name:
             put_name(day_names[date_day_of_week(time)], element, longest_name);
             break;
+        case date_code::radix:
+            *out += '.';
+            break;
+        case date_code::fraction:
+            put_fraction(element.width ? element.width : fraction_digits);
+            break;
+        case date_code::zone_hour:
+            *out += zone_to_text(moment.zone.value_or(0)).substr(0, 3);
+            break;
+        case date_code::zone_minute:
+            *out += zone_to_text(moment.zone.value_or(0)).substr(4);
+            break;
+        case date_code::zone_region:
+            *out += zone_to_text(moment.zone.value_or(0));
+            break;
+        case date_code::zone_daylight: // an offset has none
+            break;
         default:
             write_number(element);
         }
     }
 
 private:
+    // Digits that are asked for; the rest is cut off.
+    void put_fraction(int digits)
+    {
+        *out += std::to_string(nanoseconds_per_second + moment.nanosecond)
+                    .substr(1, static_cast<std::size_t>(digits));
+    }
+
     void write_number(const date_element &element)
     {
         int value = number_for(element.code);
@@ -225,48 +253,40 @@ private:
     }
 
     const civil_time &time;
+    const timestamp &moment;
+    int fraction_digits;
     std::string *out;
     bool fill = true;
 };
 
-} // namespace
-
-int date_error_of(uword bits)
-{
-    struct rule {
-        uword bits;
-        int code;
-    };
-    static constexpr rule rules[] = {
-        {OCI_DATE_INVALID_YEAR | OCI_DATE_YEAR_ZERO, date_year_out_of_range},
-        {OCI_DATE_INVALID_MONTH, date_no_month},
-        {OCI_DATE_INVALID_DAY, date_day_out_of_range},
-        {OCI_DATE_DAY_MISSING_FROM_1582, date_no_such_day_in_month},
-        {OCI_DATE_INVALID_HOUR, date_hour24_out_of_range},
-        {OCI_DATE_INVALID_MINUTE, date_minute_out_of_range},
-        {OCI_DATE_INVALID_SECOND, date_second_out_of_range},
-    };
-    for (const rule &rule : rules)
-        if (bits & rule.bits)
-            return rule.code;
-    return date_ok;
-}
-
-int date_format(const civil_time &time, std::string_view format, std::string *text)
+int format_along(const timestamp &time, std::string_view format, int fraction_digits, bool is_timestamp,
+                 std::string *text)
 {
     text->clear();
-    if (int error = date_error_of(date_check(time)); error != date_ok)
+    if (int error = timestamp_check(time); error != date_ok)
         return error;
-    date_writer writer(time, text);
+    date_writer writer(time, fraction_digits, text);
     date_element element;
     while (!format.empty()) {
-        if (!next_date_element(&format, &element)) {
+        if (!next_date_element(&format, &element) || (is_of_timestamp(element.code) && !is_timestamp)) {
             text->clear();
             return date_format_unknown;
         }
         writer.write(element);
     }
     return date_ok;
+}
+
+} // namespace
+
+int date_format(const civil_time &time, std::string_view format, std::string *text)
+{
+    return format_along({time, 0, {}}, format, 0, false, text);
+}
+
+int timestamp_format(const timestamp &time, std::string_view format, int fraction_digits, std::string *text)
+{
+    return format_along(time, format, fraction_digits, true, text);
 }
 
 std::string date_to_default_text(const civil_time &time)
@@ -292,93 +312,6 @@ int date_day_from_name(std::string_view name)
         ++day;
     }
     return -1;
-}
-
-const char *date_error_text(int code)
-{
-    switch (static_cast<date_error>(code)) {
-    case date_ok:
-        break;
-    case date_code_repeated:
-        return "a format element appears more than once";
-    case date_julian_with_day_of_year:
-        return "J and DDD cannot be used together";
-    case date_year_repeated:
-        return "the format has more than one year";
-    case date_hour_repeated:
-        return "the format has more than one hour";
-    case date_month_repeated:
-        return "the format has more than one month";
-    case date_weekday_repeated:
-        return "the format has more than one day of the week";
-    case date_meridian_with_hour24:
-        return "HH24 cannot be used together with AM or PM";
-    case date_era_with_signed_year:
-        return "SYYYY cannot be used together with BC or AD";
-    case date_code_not_for_input:
-        return "the format has an element that is for output only";
-    case date_format_unknown:
-        return "the date format is not recognized";
-    case date_input_left_over:
-        return "the text goes on where the date format ends";
-    case date_year_conflict:
-        return "the year contradicts the Julian day";
-    case date_day_of_year_conflict:
-        return "the day of the year contradicts the Julian day";
-    case date_month_conflict:
-        return "the month contradicts another field of the date";
-    case date_day_conflict:
-        return "the day of the month contradicts another field of the date";
-    case date_weekday_conflict:
-        return "the date falls on another day of the week";
-    case date_hour_conflict:
-        return "the hour contradicts the seconds past midnight";
-    case date_minute_conflict:
-        return "the minute contradicts the seconds past midnight";
-    case date_second_conflict:
-        return "the second contradicts the seconds past midnight";
-    case date_no_such_day_in_month:
-        return "the month has no such day";
-    case date_input_too_short:
-        return "the text ends before the date format does";
-    case date_year_out_of_range:
-        return "the year must lie between -4712 and 9999 and cannot be 0";
-    case date_no_month:
-        return "no such month";
-    case date_no_weekday:
-        return "no such day of the week";
-    case date_day_out_of_range:
-        return "the day must lie between 1 and the last day of the month";
-    case date_day_of_year_out_of_range:
-        return "the day of the year must lie between 1 and 365, or 366 in a leap year";
-    case date_hour12_out_of_range:
-        return "the hour must lie between 1 and 12";
-    case date_hour24_out_of_range:
-        return "the hour must lie between 0 and 23";
-    case date_minute_out_of_range:
-        return "the minute must lie between 0 and 59";
-    case date_second_out_of_range:
-        return "the second must lie between 0 and 59";
-    case date_second_of_day_out_of_range:
-        return "the seconds past midnight must lie between 0 and 86399";
-    case date_julian_out_of_range:
-        return "no day has this Julian day number; it must lie between 1 and 5373484";
-    case date_no_meridian:
-        return "AM, PM, A.M. or P.M. is expected";
-    case date_no_era:
-        return "AD, BC, A.D. or B.C. is expected";
-    case date_no_zone:
-        return "no such time zone";
-    case date_digit_expected:
-        return "a digit is expected where the text has something else";
-    case date_letter_expected:
-        return "a letter is expected where the text has something else";
-    case date_literal_mismatch:
-        return "the text differs from the literal of the date format";
-    case date_digit_count:
-        return "a number has not as many digits as the exact date format asks for";
-    }
-    return "the date is not valid";
 }
 
 } // namespace sqlite_oci

@@ -28,6 +28,7 @@ enum class number_status : std::uint8_t {
     overflow,       // magnitude of 1e126 or more, or more digits than the format or target holds
     underflow,      // not zero, but below 1e-130 in magnitude; the result is set to zero
     divide_by_zero, // division or zero to a negative power
+    out_of_domain,  // the function has no value there: the root of a negative number
     invalid,        // an operand is not a valid OCINumber, or an infinity where none can be
 };
 
