@@ -130,8 +130,8 @@ std::string masked(const std::string &line, Lines &addresses)
     return std::regex_replace(std::regex_replace(timeless, source, "($1)"), address, "0x");
 }
 
-// Whether a documented line stands for an actual one. "..." in it stands for any text; an address stands for
-// the same one everywhere in a sample.
+// Whether a documented line stands for an actual one. "..." in it stands for any text; equal addresses stand
+// for equal ones in a whole sample, and different ones for different ones.
 bool stands_for(const std::string &documented, const std::string &actual,
                 std::map<std::string, std::string> &known)
 {
@@ -144,7 +144,8 @@ bool stands_for(const std::string &documented, const std::string &actual,
     if (pattern.find("\\.\\.\\.") != std::string::npos)
         return true;
     for (std::size_t i = 0; i < ours.size(); i++)
-        if (known.emplace(ours[i], theirs[i]).first->second != theirs[i])
+        if (known.emplace("ours " + ours[i], theirs[i]).first->second != theirs[i] ||
+            known.emplace("theirs " + theirs[i], ours[i]).first->second != ours[i])
             return false;
     return true;
 }
