@@ -125,19 +125,6 @@ sb4 locale_number(const environment &env, ub2 item)
     }
 }
 
-// A text up to its terminator, which is two bytes wide in UTF-16 unless the text is narrow.
-std::string terminated_text(const environment &env, const OraText *text)
-{
-    const auto *bytes = reinterpret_cast<const char *>(text);
-    std::size_t length = 0;
-    if (env.set == charset::utf16 && bytes[0] && !bytes[1])
-        while (bytes[length] || bytes[length + 1])
-            length += 2;
-    else
-        length = std::strlen(bytes);
-    return env.text_in(bytes, length);
-}
-
 } // namespace
 
 extern "C" {
@@ -169,7 +156,7 @@ SQLITE_OCI_EXPORT ub2 OCINlsCharSetNameToId(void *envhp, const OraText *name)
     if (!env || !name)
         return 0;
     try {
-        const std::string wanted = terminated_text(*env, name);
+        const std::string wanted = env->terminated_text_in(name);
         for (const named_charset &known : named_charsets)
             if (equal_ignoring_case(known.name, wanted))
                 return known.id;

@@ -10,24 +10,14 @@ namespace
 // OCI_DYNAMIC_FETCH is the bit of OCI_DATA_AT_EXEC, in a define.
 constexpr ub4 served_bind_modes = OCI_BIND_SOFT | OCI_DEFINE_SOFT | OCI_DATA_AT_EXEC;
 
-std::string_view text_view(const OraText *text, sb4 length)
-{
-    const auto *bytes = reinterpret_cast<const char *>(text);
-    return bytes ? std::string_view(bytes, length < 0 ? 0 : static_cast<std::size_t>(length))
-                 : std::string_view();
-}
-
-// The variable whose handle the application passes for using it again: null for none.
+// The variable whose handle the application passes for using it again: null for none. What it passes need not
+// be a handle at all, nor one of this statement.
 template <class T, class Handle> T *known_variable(const statement &of, Handle **handle)
 {
     if (!handle)
         throw invalid_handle{};
-    if (!*handle)
-        return nullptr;
-    T &known = required<T>(*handle);
-    if (&known.owner != &of)
-        throw invalid_handle{};
-    return &known;
+    T *const known = find<T>(*handle);
+    return known && &known->owner == &of ? known : nullptr;
 }
 
 void check_prepared(const statement &of)
@@ -62,9 +52,12 @@ sword bind_variable(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, const bind
         bind *const known = known_variable<bind>(owner, bindp);
         check_prepared(owner);
         check_mode(given.mode);
+        const host_array array = describe_array(*owner.env, given.valuep, given.value_sz, given.dty,
+                                                given.indp, given.alenp, given.rcodep);
+        required_reader(array.host);
         bind &used = find_bind(owner, known);
         *bindp = static_cast<OCIBind *>(used.handle);
-        used.describe(given.valuep, given.value_sz, given.dty, given.indp, given.alenp, given.rcodep);
+        used.describe(array);
         used.is_dynamic = (given.mode & OCI_DATA_AT_EXEC) != 0;
         return OCI_SUCCESS;
     });
@@ -126,8 +119,11 @@ SQLITE_OCI_EXPORT sword OCIBindByName(OCIStmt *stmtp, OCIBind **bindp, OCIError 
 {
     return bind_variable(stmtp, bindp, errhp, {valuep, value_sz, dty, indp, alenp, rcodep, mode},
                          [&](statement &owner, bind *known) -> bind & {
-                             const auto name = text_view(placeholder, placeh_len);
-                             return owner.bind_name(known, owner.env->text_in(name.data(), name.size()));
+                             const environment &env = *owner.env;
+                             return owner.bind_name(
+                                 known, placeh_len < 0
+                                            ? env.terminated_text_in(placeholder)
+                                            : env.text_in(placeholder, static_cast<std::size_t>(placeh_len)));
                          });
 }
 
@@ -149,9 +145,11 @@ SQLITE_OCI_EXPORT sword OCIDefineByPos(OCIStmt *stmtp, OCIDefine **defnp, OCIErr
         define *const known = known_variable<define>(owner, defnp);
         check_prepared(owner);
         check_mode(mode);
+        const host_array array = describe_array(*owner.env, valuep, value_sz, dty, indp, rlenp, rcodep);
+        required_writer(array.host);
         define &used = owner.define_position(known, position);
         *defnp = static_cast<OCIDefine *>(used.handle);
-        used.describe(valuep, value_sz, dty, indp, rlenp, rcodep);
+        used.describe(array);
         used.is_dynamic = (mode & OCI_DYNAMIC_FETCH) != 0;
         return OCI_SUCCESS;
     });

@@ -64,6 +64,20 @@ std::string environment::text_in(const void *bytes, std::size_t length) const
     return to_utf8(is_narrow ? charset::utf8 : set, view);
 }
 
+std::string environment::terminated_text_in(const void *text) const
+{
+    const auto *bytes = static_cast<const char *>(text);
+    if (!bytes)
+        return {};
+    std::size_t length = 0;
+    if (set == charset::utf16 && bytes[0] && !bytes[1])
+        while (bytes[length] || bytes[length + 1])
+            length += 2;
+    else
+        length = std::strlen(bytes);
+    return text_in(bytes, length);
+}
+
 void environment::copy_out(std::string_view text, void *target, std::size_t room) const
 {
     std::string bytes = text_out(text);

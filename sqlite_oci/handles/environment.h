@@ -48,6 +48,9 @@ struct environment final : object {
     // has none, so the two are told apart by that.
     std::string text_in(const void *bytes, std::size_t length) const;
 
+    // The same of a text up to its terminator, which is two bytes wide in UTF-16 unless the text is narrow.
+    std::string terminated_text_in(const void *bytes) const;
+
     // UTF-8 in the environment's own character set.
     std::string text_out(std::string_view text) const { return from_utf8(set, text); }
 

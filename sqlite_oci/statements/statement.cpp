@@ -93,9 +93,11 @@ bind &statement::bind_name(bind *known, std::string_view name)
 
 bind &statement::bind_placeholders(bind *known, std::vector<std::size_t> placeholders)
 {
-    bind *present = bound_[placeholders.front()];
-    if (!known && present && present->placeholders == placeholders)
+    bind *const present = bound_[placeholders.front()];
+    if (present && present->placeholders == placeholders)
         known = present;
+    else if (known && std::find(bound_.begin(), bound_.end(), known) != bound_.end())
+        known = nullptr;
     bind &used = known ? *known : add_to(binds_, *this);
     std::replace(bound_.begin(), bound_.end(), &used, static_cast<bind *>(nullptr));
     for (const std::size_t placeholder : placeholders)
@@ -110,8 +112,10 @@ define &statement::define_position(define *known, ub4 position)
         fail(1007, "the query has no column %u", position);
     if (defined_.size() < position)
         defined_.resize(position);
-    if (!known)
-        known = defined_[position - 1];
+    if (define *const present = defined_[position - 1])
+        known = present;
+    else if (known && std::find(defined_.begin(), defined_.end(), known) != defined_.end())
+        known = nullptr;
     define &used = known ? *known : add_to(defines_, *this);
     std::replace(defined_.begin(), defined_.end(), &used, static_cast<define *>(nullptr));
     defined_[position - 1] = &used;

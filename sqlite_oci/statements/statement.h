@@ -44,12 +44,20 @@ private:
     }
 };
 
+// The arrays as a bind or define call gives them.
+host_array describe_array(const environment &env, void *valuep, sb4 value_sz, ub2 dty, void *indp,
+                          ub2 *lengths, ub2 *codes);
+
+// Throw ORA-03115 where a type or its size is not served.
+host_reader required_reader(const host_type &host);
+host_writer required_writer(const host_type &host);
+
 // A bind or a define: belongs to its statement and is freed with it.
 struct variable : object {
     explicit variable(statement &of);
 
-    // Throws ORA-03115 where the type or its size is not served.
-    void describe(void *valuep, sb4 value_sz, ub2 dty, void *indp, ub2 *lengths, ub2 *codes);
+    // Each throws ORA-03115 where the type or its size is not served, and then changes nothing.
+    void describe(const host_array &described);
     void set_form(ub1 form);
     void set_set_id(ub2 id);
     void set_skips(ub4 value, ub4 indicator, ub4 length, ub4 code);
@@ -60,7 +68,6 @@ struct variable : object {
 
 private:
     virtual void find_conversion() = 0;
-    void choose_set();
 };
 
 struct bind final : variable {
@@ -79,8 +86,7 @@ struct bind final : variable {
     std::vector<std::size_t> placeholders; // those that have this bind
 
 private:
-    void find_conversion() override;
-    void check_conversion() const;
+    void find_conversion() override { reader_ = required_reader(array.host); }
     value gather(std::size_t row);
 
     host_reader reader_ = nullptr;
@@ -117,7 +123,7 @@ struct define final : variable {
     ub4 position = 0;
 
 private:
-    void find_conversion() override;
+    void find_conversion() override { writer_ = required_writer(array.host); }
     void give(const value &fetched, std::size_t row, fetch_outcome &outcome) const;
     void store_null(std::size_t row, fetch_outcome &outcome) const;
     void report_cut(const written &result, std::size_t row, fetch_outcome &outcome) const;
@@ -169,9 +175,9 @@ struct statement final : object, parameter_owner {
 
     void prepare(std::string text);
 
-    // --- Binds and defines. `known` is one of this statement's to use again; when it is null, the one that
-    // is
-    //     in this place already is used, or else a new one.
+    // --- Binds and defines. The one that is in this place already is used; else `known`, one of this
+    // statement's
+    //     or null, unless it serves another place; else a new one.
     bind &bind_position(bind *known, ub4 position);
     bind &bind_name(bind *known, std::string_view name);
     define &define_position(define *known, ub4 position);

@@ -2,6 +2,7 @@
 #include "statements/statement.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace sqlite_oci
 {
@@ -29,32 +30,66 @@ void set_code(ub2 *code, int value)
 
 variable::variable(statement &of) : object(of.env), owner(of) {}
 
-void variable::describe(void *valuep, sb4 value_sz, ub2 dty, void *indp, ub2 *lengths, ub2 *codes)
+host_array describe_array(const environment &env, void *valuep, sb4 value_sz, ub2 dty, void *indp,
+                          ub2 *lengths, ub2 *codes)
 {
-    array = {};
-    is_dynamic = false;
+    host_array array;
     array.host.type = dty;
-    array.host.size = is_locator(dty) ? sizeof(void *)
-                      : value_sz < 0  ? 0
-                                      : static_cast<std::size_t>(value_sz);
+    array.host.size = is_descriptor(dty) ? sizeof(void *)
+                      : value_sz < 0     ? 0
+                                         : static_cast<std::size_t>(value_sz);
+    array.host.set = env.set;
+    array.host.has_length = lengths != nullptr;
     array.values = valuep;
     array.indicators = static_cast<sb2 *>(indp);
     array.lengths = lengths;
     array.codes = codes;
     array.value_skip = array.host.size;
-    choose_set();
+    return array;
+}
+
+host_reader required_reader(const host_type &host)
+{
+    const host_reader reader = find_reader(host);
+    if (!reader)
+        fail(3115, "binds of type %u with a size of %zu bytes are not served", host.type, host.size);
+    return reader;
+}
+
+host_writer required_writer(const host_type &host)
+{
+    const host_writer writer = find_writer(host);
+    if (!writer)
+        fail(3115, "defines of type %u with a size of %zu bytes are not served", host.type, host.size);
+    return writer;
+}
+
+void variable::describe(const host_array &described)
+{
+    host_array before = std::exchange(array, described);
+    try {
+        find_conversion();
+    } catch (...) {
+        array = before;
+        throw;
+    }
 }
 
 void variable::set_form(ub1 form)
 {
-    array.form = form;
-    choose_set();
+    host_array changed = array;
+    changed.form = form;
+    if (!changed.set_id)
+        changed.host.set = form == SQLCS_NCHAR ? env->national : env->set;
+    describe(changed);
 }
 
 void variable::set_set_id(ub2 id)
 {
-    array.set_id = id;
-    choose_set();
+    host_array changed = array;
+    changed.set_id = id;
+    changed.host.set = id ? env->set_from_id(id) : changed.form == SQLCS_NCHAR ? env->national : env->set;
+    describe(changed);
 }
 
 void variable::set_skips(ub4 value, ub4 indicator, ub4 length, ub4 code)
@@ -65,28 +100,6 @@ void variable::set_skips(ub4 value, ub4 indicator, ub4 length, ub4 code)
     array.code_skip = code;
 }
 
-void variable::choose_set()
-{
-    if (array.set_id)
-        array.host.set = env->set_from_id(array.set_id);
-    else
-        array.host.set = array.form == SQLCS_NCHAR ? env->national : env->set;
-    find_conversion();
-}
-
-void bind::find_conversion()
-{
-    reader_ = find_reader(array.host);
-    check_conversion();
-}
-
-void bind::check_conversion() const
-{
-    if (!reader_)
-        fail(3115, "binds of type %u with a size of %zu bytes are not served", array.host.type,
-             array.host.size);
-}
-
 value bind::value_of(std::size_t row)
 {
     if (is_dynamic)
@@ -94,18 +107,9 @@ value bind::value_of(std::size_t row)
     const sb2 *indicator = array.indicator_at(row);
     if ((indicator && *indicator == OCI_IND_NULL) || !array.values)
         return {};
-    check_conversion();
     const ub2 *length = array.length_at(row);
     const std::size_t size = length ? std::min<std::size_t>(*length, array.host.size) : array.host.size;
     return reader_(array.host, array.value_at(row), size, scratch_);
-}
-
-void define::find_conversion()
-{
-    writer_ = find_writer(array.host);
-    if (!writer_)
-        fail(3115, "defines of type %u with a size of %zu bytes are not served", array.host.type,
-             array.host.size);
 }
 
 void define::store(const value &fetched, std::size_t row, fetch_outcome &outcome) const
@@ -138,6 +142,8 @@ void define::store_null(std::size_t row, fetch_outcome &outcome) const
 {
     if (lob_locator *locator = locator_at(row))
         locator->point_to(nullptr);
+    if (is_padded(array.host) && array.values)
+        write_blanks(array.host, array.value_at(row));
     if (ub2 *length = array.length_at(row))
         *length = 0;
     set_code(array.code_at(row), ora_null_fetched);

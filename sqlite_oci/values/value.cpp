@@ -1,5 +1,6 @@
 #include "values/value.h"
 
+#include "values/interval.h"
 #include "values/number.h"
 
 #include <algorithm>
@@ -55,10 +56,12 @@ const char *conversion_error_text(int code)
         return "not a text of hexadecimal digits";
     case ora_inconsistent_types:
         return "the column's value cannot be converted to the type of the variable";
+    case ora_invalid_descriptor:
+        return "the variable holds no descriptor of this library for its type";
     case ora_invalid_locator:
         return "the variable holds no LOB locator of this library";
     default:
-        return "the value cannot be converted";
+        return interval_error_text(code);
     }
 }
 

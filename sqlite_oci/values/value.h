@@ -35,6 +35,7 @@ enum conversion_error : int {
     ora_invalid_number = 1722,
     ora_not_a_date = 1861,
     ora_invalid_locator = 22275,
+    ora_invalid_descriptor = 24334,
 };
 
 // What such a number means.

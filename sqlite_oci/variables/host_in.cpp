@@ -50,18 +50,27 @@ value text_value(charset set, std::string_view bytes, std::string &scratch)
 
 value read_text(const host_type &host, const void *source, std::size_t length, std::string &scratch)
 {
-    return text_value(host.set, {static_cast<const char *>(source), length}, scratch);
+    const value text = text_value(host.set, {static_cast<const char *>(source), length}, scratch);
+    if (!is_padded(host))
+        return text;
+    // Nobody says where the text ends: the blanks behind it are those that fill the variable.
+    return bytes_value(value_kind::text, text.bytes.substr(0, text.bytes.find_last_not_of(' ') + 1));
 }
 
 value read_terminated_text(const host_type &host, const void *source, std::size_t, std::string &scratch)
 {
     const auto *bytes = static_cast<const char *>(source);
     std::size_t length = 0;
-    if (host.set == charset::utf16)
+    std::size_t terminator = 1;
+    if (host.set == charset::utf16) {
+        terminator = 2;
         while (length + 2 <= host.size && (bytes[length] || bytes[length + 1]))
             length += 2;
-    else
+    } else {
         length = strnlen(bytes, host.size);
+    }
+    if (length + terminator > host.size)
+        fail(1480, "a bound text of type %u has no terminator within its %zu bytes", host.type, host.size);
     return text_value(host.set, {bytes, length}, scratch);
 }
 
@@ -217,8 +226,10 @@ host_reader find_reader(const host_type &host)
     case SQLT_FLT:
         return real_reader(host.size);
     case SQLT_BFLOAT:
+    case SQLT_IBFLOAT:
         return host.size == sizeof(float) ? read_real<float> : nullptr;
     case SQLT_BDOUBLE:
+    case SQLT_IBDOUBLE:
         return host.size == sizeof(double) ? read_real<double> : nullptr;
     case SQLT_NUM:
         return read_number;
@@ -234,8 +245,13 @@ host_reader find_reader(const host_type &host)
     case SQLT_CLOB:
     case SQLT_BLOB:
         return host.size == sizeof(void *) ? read_locator : nullptr;
+    case SQLT_VCS:
+    case SQLT_LVC:
+    case SQLT_VBI:
+    case SQLT_LVB:
+        return find_counted_reader(host);
     default:
-        return nullptr;
+        return find_descriptor_reader(host.type);
     }
 }
 

@@ -168,22 +168,6 @@ std::string to_hex(std::string_view bytes)
     return text;
 }
 
-// The text of any value in UTF-8; what is not there as text already is put into `room` or `scratch`.
-std::string_view to_text(const value &fetched, char (&room)[number_text_max], std::string &scratch)
-{
-    switch (fetched.kind) {
-    case value_kind::integer:
-        return {room, static_cast<std::size_t>(std::to_chars(room, room + sizeof room, fetched.integer).ptr -
-                                               room)};
-    case value_kind::real:
-        return {room, real_to_chars(fetched.real, room)};
-    case value_kind::blob:
-        return scratch = to_hex(fetched.bytes);
-    default:
-        return fetched.bytes;
-    }
-}
-
 // Copies what fits into `room` bytes, whole characters only.
 written copy_text(charset set, std::string_view utf8, void *target, std::size_t room)
 {
@@ -197,28 +181,20 @@ written copy_text(charset set, std::string_view utf8, void *target, std::size_t 
     return {.stored = stored, .whole = utf8.size()};
 }
 
-void pad_with_blanks(charset set, void *target, std::size_t from, std::size_t to)
-{
-    auto *bytes = static_cast<char *>(target);
-    if (set != charset::utf16) {
-        std::memset(bytes + from, ' ', to - from);
-        return;
-    }
-    for (constexpr char16_t blank = u' '; from + 2 <= to; from += 2)
-        std::memcpy(bytes + from, &blank, sizeof blank);
-}
-
 written write_text(const host_type &host, const value &fetched, void *target)
 {
     char room[number_text_max];
     std::string scratch;
-    return copy_text(host.set, to_text(fetched, room, scratch), target, host.size);
+    const written result = copy_text(host.set, to_text(fetched, room, scratch), target, host.size);
+    if (is_padded(host))
+        write_blanks(host, target, result.stored);
+    return result;
 }
 
 written write_padded_text(const host_type &host, const value &fetched, void *target)
 {
     written result = write_text(host, fetched, target);
-    pad_with_blanks(host.set, target, result.stored, host.size);
+    write_blanks(host, target, result.stored);
     result.stored = host.size;
     result.whole = std::max(result.whole, host.size);
     return result;
@@ -226,7 +202,7 @@ written write_padded_text(const host_type &host, const value &fetched, void *tar
 
 host_type without_terminator(const host_type &host)
 {
-    return {host.type, host.size - (host.set == charset::utf16 ? 2 : 1), host.set};
+    return {host.type, host.size - (host.set == charset::utf16 ? 2 : 1), host.set, host.has_length};
 }
 
 void terminate(const host_type &host, void *target, std::size_t length)
@@ -339,6 +315,32 @@ host_writer real_writer(std::size_t size)
 
 } // namespace
 
+std::string_view to_text(const value &fetched, char (&room)[number_text_max], std::string &scratch)
+{
+    switch (fetched.kind) {
+    case value_kind::integer:
+        return {room, static_cast<std::size_t>(std::to_chars(room, room + sizeof room, fetched.integer).ptr -
+                                               room)};
+    case value_kind::real:
+        return {room, real_to_chars(fetched.real, room)};
+    case value_kind::blob:
+        return scratch = to_hex(fetched.bytes);
+    default:
+        return fetched.bytes;
+    }
+}
+
+void write_blanks(const host_type &host, void *target, std::size_t from)
+{
+    auto *bytes = static_cast<char *>(target);
+    if (host.set != charset::utf16) {
+        std::memset(bytes + from, ' ', host.size - from);
+        return;
+    }
+    for (constexpr char16_t blank = u' '; from + 2 <= host.size; from += 2)
+        std::memcpy(bytes + from, &blank, sizeof blank);
+}
+
 host_writer find_writer(const host_type &host)
 {
     const std::size_t terminator = host.set == charset::utf16 ? 2 : 1;
@@ -359,8 +361,10 @@ host_writer find_writer(const host_type &host)
     case SQLT_FLT:
         return real_writer(host.size);
     case SQLT_BFLOAT:
+    case SQLT_IBFLOAT:
         return host.size == sizeof(float) ? write_real<float> : nullptr;
     case SQLT_BDOUBLE:
+    case SQLT_IBDOUBLE:
         return host.size == sizeof(double) ? write_real<double> : nullptr;
     case SQLT_NUM:
         return write_number;
@@ -376,8 +380,13 @@ host_writer find_writer(const host_type &host)
     case SQLT_CLOB:
     case SQLT_BLOB:
         return host.size == sizeof(void *) ? write_locator : nullptr;
+    case SQLT_VCS:
+    case SQLT_LVC:
+    case SQLT_VBI:
+    case SQLT_LVB:
+        return find_counted_writer(host);
     default:
-        return nullptr;
+        return find_descriptor_writer(host.type);
     }
 }
 

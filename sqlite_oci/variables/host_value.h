@@ -2,6 +2,7 @@
 #pragma once
 
 #include "text/charset.h"
+#include "values/number.h"
 #include "values/value.h"
 
 #include <string>
@@ -14,12 +15,37 @@ struct host_type {
     ub2 type = 0;         // SQLT_...
     std::size_t size = 0; // bytes of room
     charset set = charset::utf8;
+    bool has_length = true; // the application is told, or tells, how many bytes are in use
 };
 
 // Whether the variable is a locator of a LOB, which is given as a pointer.
 inline bool is_locator(ub2 type)
 {
     return type == SQLT_CLOB || type == SQLT_BLOB;
+}
+
+// Whether the variable is a pointer to a descriptor of any kind.
+inline bool is_descriptor(ub2 type)
+{
+    switch (type) {
+    case SQLT_DATE:
+    case SQLT_TIMESTAMP:
+    case SQLT_TIMESTAMP_TZ:
+    case SQLT_TIMESTAMP_LTZ:
+    case SQLT_INTERVAL_YM:
+    case SQLT_INTERVAL_DS:
+    case SQLT_RDD:
+    case SQLT_VST:
+        return true;
+    default:
+        return is_locator(type);
+    }
+}
+
+// Whether blanks fill the variable behind a text, and take the place of null.
+inline bool is_padded(const host_type &host)
+{
+    return host.type == SQLT_CHR && !host.has_length;
 }
 
 // --- From the application
@@ -45,5 +71,19 @@ struct written {
 using host_writer = written (*)(const host_type &host, const value &fetched, void *target);
 
 host_writer find_writer(const host_type &host);
+
+// Of the types whose variables are pointers to descriptors; null for others.
+host_reader find_descriptor_reader(ub2 type);
+host_writer find_descriptor_writer(ub2 type);
+
+// Those whose variables begin with their length: SQLT_VCS, LVC, VBI and LVB.
+host_reader find_counted_reader(const host_type &host);
+host_writer find_counted_writer(const host_type &host);
+
+// Fills the variable with blanks from a byte on.
+void write_blanks(const host_type &host, void *target, std::size_t from = 0);
+
+// The text of any value in UTF-8; what is not there as text already is put into `room` or `scratch`.
+std::string_view to_text(const value &fetched, char (&room)[number_text_max], std::string &scratch);
 
 } // namespace sqlite_oci

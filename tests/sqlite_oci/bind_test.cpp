@@ -38,9 +38,11 @@ TEST_F(bind, each_type_arrives_as_its_value)
     const std::tuple<variable, const char *, std::string> cases[] = {
         {{SQLT_CHR, "plain"}, "text", "plain"},
         {{SQLT_CHR, "caf\xC3\xA9"}, "text", "caf\xC3\xA9"},
-        {{SQLT_CHR, " blanks "}, "text", " blanks "},
+        {{SQLT_CHR, " blanks "}, "text", " blanks"},
         {{SQLT_STR, "ends\0here"s}, "text", "ends"},
-        {{SQLT_STR, "no end"}, "text", "no end"},
+        {{SQLT_VCS, "\x03\0abcd"s}, "text", "abc"},
+        {{SQLT_LVB, "\x02\0\0\0\x01\xFFzz"s}, "blob", "01FF"},
+        {of<float>(SQLT_IBFLOAT, 0.5F), "real", ".5"},
         {{SQLT_AVC, "ends\0here"s}, "text", "ends"},
         {{SQLT_AFC, "padded  "}, "text", "padded  "},
         {{SQLT_LNG, std::string(3000, 'x')}, "text", std::string(3000, 'x')},
@@ -94,7 +96,8 @@ TEST_F(bind, values_that_cannot_be_are_refused)
     const std::pair<variable, int> cases[] = {
         {of<double>(SQLT_FLT, std::nan("")), 1722},  {{SQLT_NUM, "\xC1\x00\x07"s}, 1722},
         {{SQLT_VNU, std::string(22, '\xFF')}, 1722}, {{SQLT_DAT, std::string(7, '\xFF')}, 1841},
-        {of<OCIDate>(SQLT_ODT, no_date), 1841},
+        {of<OCIDate>(SQLT_ODT, no_date), 1841},      {{SQLT_STR, "no end"}, 1480},
+        {of<void *>(SQLT_TIMESTAMP, db.env), 24334},
     };
     for (const auto &[bound, code] : cases) {
         const prepared query(db, "SELECT :x FROM dual");

@@ -204,5 +204,54 @@ TEST_F(datetime_test, intervals)
     EXPECT_TRUE(order == 0 && faults == 0);
 }
 
+TEST_F(sqlite_oci_test, times_and_intervals_go_through_columns)
+{
+    ASSERT_EQ(db.run("CREATE TABLE t (a TIMESTAMP, b TIMESTAMP WITH TIME ZONE, c \"INTERVAL YEAR TO MONTH\", "
+                     "d \"INTERVAL DAY TO SECOND\")"),
+              0);
+    auto *plain = descriptor<OCIDateTime>(db, OCI_DTYPE_TIMESTAMP);
+    auto *zoned = descriptor<OCIDateTime>(db, OCI_DTYPE_TIMESTAMP_TZ);
+    auto *months = descriptor<OCIInterval>(db, OCI_DTYPE_INTERVAL_YM);
+    auto *days = descriptor<OCIInterval>(db, OCI_DTYPE_INTERVAL_DS);
+    OraText zone[] = "+02:00";
+    OCIDateTimeConstruct(db.env, db.errors, plain, 2024, 2, 29, 12, 0, 0, 250000000, nullptr, 0);
+    OCIDateTimeConstruct(db.env, db.errors, zoned, 2024, 2, 29, 1, 0, 0, 0, zone, 6);
+    OCIIntervalSetYearMonth(db.env, db.errors, 1, 2, months);
+    OCIIntervalSetDaySecond(db.env, db.errors, -1, 0, 0, 0, -5, days);
+    const prepared insert(db, "INSERT INTO t VALUES (:a, :b, :c, :d)");
+    insert.in("a", plain, SQLT_TIMESTAMP).in("b", zoned, SQLT_TIMESTAMP_TZ);
+    insert.in("c", months, SQLT_INTERVAL_YM).in("d", days, SQLT_INTERVAL_DS);
+    ASSERT_TRUE(db.succeeds(insert.execute(1)));
+    EXPECT_EQ(db.ask("SELECT a || '' FROM t"), "2024-02-29 12:00:00.25");
+    EXPECT_EQ(db.ask("SELECT b || '' FROM t"), "2024-02-28 23:00:00 Z +02:00");
+    EXPECT_EQ(db.ask("SELECT c || d FROM t"), "P000000001Y02M-P000000001DT00H00M00.000000005S");
+
+    OCIDateTimeSysTimeStamp(db.env, db.errors, plain);
+    OCIDateTimeSysTimeStamp(db.env, db.errors, zoned);
+    OCIIntervalSetYearMonth(db.env, db.errors, 0, 0, months);
+    OCIIntervalSetDaySecond(db.env, db.errors, 0, 0, 0, 0, 0, days);
+    const prepared query(db, "SELECT * FROM t");
+    query.out(1, plain, SQLT_TIMESTAMP).out(2, zoned, SQLT_TIMESTAMP_TZ);
+    query.out(3, months, SQLT_INTERVAL_YM).out(4, days, SQLT_INTERVAL_DS);
+    ASSERT_TRUE(db.succeeds(query.execute(1)));
+    sb2 year = 0;
+    ub1 month = 0, day = 0, hour = 0, minute = 0, second = 0;
+    ub4 fraction = 0;
+    sb1 zone_hour = 0, zone_minute = 0;
+    sb4 fields[5] = {};
+    OCIDateTimeGetTime(db.env, db.errors, plain, &hour, &minute, &second, &fraction);
+    EXPECT_EQ(fraction, 250000000);
+    OCIDateTimeGetDate(db.env, db.errors, zoned, &year, &month, &day);
+    OCIDateTimeGetTimeZoneOffset(db.env, db.errors, zoned, &zone_hour, &zone_minute);
+    EXPECT_EQ(day * 100 + zone_hour, 2902);
+    OCIIntervalGetYearMonth(db.env, db.errors, &fields[0], &fields[1], months);
+    EXPECT_EQ(fields[0] * 100 + fields[1], 102);
+    OCIIntervalGetDaySecond(db.env, db.errors, &fields[0], &fields[1], &fields[2], &fields[3], &fields[4],
+                            days);
+    EXPECT_EQ(fields[0] * 10 + fields[4], -15);
+    ASSERT_TRUE(db.succeeds(query.define(3, &days, sizeof days, SQLT_INTERVAL_DS)));
+    EXPECT_TRUE(db.fails(query.execute(1), 932)) << "months are no days";
+}
+
 } // namespace
 } // namespace sqlite_oci_test

@@ -282,5 +282,18 @@ TEST_F(fetch, a_row_that_fails_does_not_block_those_behind_it)
     EXPECT_EQ(number[0], 3);
 }
 
+TEST_F(fetch, texts_without_a_length_are_padded)
+{
+    const prepared query(db, "SELECT 'ab', NULL, 'cd' FROM dual");
+    char padded[6] = "-----", null[4] = "---", counted[6] = "-----";
+    sb2 state = 0;
+    ub2 length = 0;
+    query.out(1, padded, SQLT_CHR).out(2, null, SQLT_CHR, &state).out(3, counted, SQLT_CHR, nullptr, &length);
+    ASSERT_TRUE(db.succeeds(query.execute(1)));
+    EXPECT_EQ(std::string(padded, 6) + std::string(null, 4), "ab        ");
+    EXPECT_EQ(std::string(counted, length), "cd");
+    EXPECT_EQ(counted[2], '-') << "a length tells where the text ends";
+}
+
 } // namespace
 } // namespace sqlite_oci_test

@@ -120,15 +120,45 @@ TEST_F(handle, handles_given_as_values_are_checked)
     const prepared other(db, "SELECT :a FROM dual");
     EXPECT_EQ(OCIAttrSet(db.service, OCI_HTYPE_SVCCTX, db.session, 0, OCI_ATTR_SERVER, db.errors),
               OCI_INVALID_HANDLE);
-    OCIBind *bind = any_handle{db.errors};
-    const auto bind_to = [&](const prepared &target) {
-        return target.bind_at(1, bind, nullptr, 4, SQLT_INT);
-    };
-    EXPECT_EQ(bind_to(statement), OCI_INVALID_HANDLE);
+}
+
+TEST_F(handle, variables_of_binds_and_defines_need_hold_no_handle)
+{
+    const prepared first(db, "SELECT :a, :b FROM dual"), second(db, "SELECT :a, :b FROM dual");
+    sb4 numbers[] = {10, 20}, fetched[] = {0, 0};
+    auto *bind = reinterpret_cast<OCIBind *>(std::uintptr_t{0x5a5a5a5a5a5a}); // never set
+    auto *define = reinterpret_cast<OCIDefine *>(&numbers);
+    std::set<void *> seen;
+    for (const prepared *const statement : {&first, &second, &first}) // one variable for all of them
+        for (ub4 i = 0; i < 2; ++i) {
+            ASSERT_TRUE(db.succeeds(statement->bind_at(i + 1, bind, &numbers[i], sizeof(sb4), SQLT_INT)));
+            ASSERT_TRUE(
+                db.succeeds(OCIDefineByPos(statement->handle, &define, db.errors, i + 1, &fetched[i],
+                                           sizeof(sb4), SQLT_INT, nullptr, nullptr, nullptr, OCI_DEFAULT)));
+            seen.insert(bind), seen.insert(define);
+        }
+    EXPECT_EQ(seen.size(), 8) << "each place of each statement has its own";
+    for (const prepared *const statement : {&first, &second}) {
+        fetched[0] = fetched[1] = 0;
+        ASSERT_TRUE(db.succeeds(statement->execute(1)));
+        EXPECT_EQ(fetched[0] * 100 + fetched[1], 1020);
+    }
+
+    OCIDefine *const before = define;
+    EXPECT_TRUE(db.fails(OCIDefineByPos(first.handle, &define, db.errors, 1, fetched, 3, SQLT_INT, nullptr,
+                                        nullptr, nullptr, OCI_DEFAULT),
+                         3115));
+    EXPECT_EQ(define, before) << "a refused define leaves the variable alone";
+    fetched[0] = 0;
+    ASSERT_TRUE(db.succeeds(first.execute(1)));
+    EXPECT_EQ(fetched[0], 10) << "and the definition of the column";
+
     bind = nullptr;
-    ASSERT_EQ(bind_to(other), OCI_SUCCESS);
-    EXPECT_EQ(bind_to(statement), OCI_INVALID_HANDLE) << "a bind belongs to one statement";
-    EXPECT_EQ(bind_to(other), OCI_SUCCESS);
+    EXPECT_TRUE(
+        db.succeeds(OCIBindByName(first.handle, &bind, db.errors, text(":b"), -1, &numbers[0], sizeof(sb4),
+                                  SQLT_INT, nullptr, nullptr, nullptr, 0, nullptr, OCI_DEFAULT)));
+    ASSERT_TRUE(db.succeeds(first.execute(1)));
+    EXPECT_EQ(fetched[1], 10) << "a length of -1 ends the name at its terminator";
 }
 
 TEST_F(handle, a_null_error_handle_loses_only_the_record)
