@@ -1,4 +1,4 @@
-#include "program.h"
+#include "shell.h"
 
 #include <set>
 

@@ -1,4 +1,4 @@
-#include "program.h"
+#include "shell.h"
 
 #include <array>
 #include <cerrno>

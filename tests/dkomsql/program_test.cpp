@@ -1,4 +1,4 @@
-#include "program.h"
+#include "shell.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -182,7 +182,7 @@ TEST_P(Errors, end_a_script_unless_told_otherwise)
     EXPECT_EQ(continued.out, "Done.\n1 row inserted.\n 1\n");
 }
 
-class Commands : public ProgramTest
+class Commands : public ShellTest
 {
 };
 
@@ -346,8 +346,8 @@ TEST_F(Commands, status_names_backend_and_libraries)
             for (const std::string &part :
                  {std::string("Link             ") + link + "\n",
                   std::string("Served by        ") + backend + "\n", std::string("/libdkom.so"),
-                  std::string(ORACLE_LIBRARY_DIR "/libclntsh.so"),
-                  std::string(DRAVIK_LIBRARY_DIR "/libdkoci.so"),
+                  std::string(CLIENT_LIBRARY_DIR "/libclntsh.so"),
+                  std::string(CLIENT_LIBRARY_DIR "/libdkoci.so"),
                   std::string("(always asked of the Oracle library)")})
                 EXPECT_TRUE(outcome.says(0, part));
             EXPECT_EQ(outcome.err, "");

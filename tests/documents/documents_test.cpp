@@ -1,6 +1,5 @@
 // What the documents quote from the sources, and from running programs, is still so.
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -11,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
+#include "program.h"
 
 namespace
 {
@@ -43,28 +42,7 @@ std::vector<std::smatch> matches_of(const std::string &text, const std::regex &e
     return {std::sregex_iterator(text.begin(), text.end(), expression), {}};
 }
 
-// What a shell command prints.
-std::string output_of(const std::string &command)
-{
-    std::string text;
-    std::FILE *pipe = popen(command.c_str(), "r");
-    for (int c = 0; pipe != nullptr && (c = std::fgetc(pipe)) != EOF;)
-        text += static_cast<char>(c);
-    return pipe != nullptr && pclose(pipe) >= 0 ? text : "cannot run " + command;
-}
-
 // ---- samples of traces ----
-
-// A trace as `sed` leaves it that takes the colours away.
-std::string trace_of(const std::string &program, const std::string &level)
-{
-    return output_of("ulimit -c 0; exec 2>/dev/null; cd $(mktemp -d) && mkdir oracle && : >west.db && "
-                     "export SQLITE_OCI_CLNTSH_DIR=oracle SQLITE_OCI_DKOCI_DIR=. DKOM_LOG_PATH=. "
-                     "DKOM_ORA_LIB_PATH=" CLIENT_LIBRARY_DIR " DKOM_DRK_LIB_PATH=" CLIENT_LIBRARY_DIR
-                     " && (DKOM_LOG_LEVEL=" +
-                     level + " " TRACE_SAMPLES " " + program +
-                     ") >/dev/null; sed 's/\\x1b\\[[0-9;]*m//g' om_*; rm -r \"$PWD\"");
-}
 
 // Whether a documented line stands for an actual one. Times and source lines stand for any, "..." for any
 // text, equal addresses for equal ones in a whole sample, and different ones for different ones.
@@ -122,7 +100,13 @@ std::size_t longest_match(const Lines &sample, const Lines &trace)
     return longest;
 }
 
-TEST(Documents, TraceSamplesAreWhatProgramsWrite)
+class Documents : public ProgramTest
+{
+protected:
+    Documents() : ProgramTest(TRACE_SAMPLES) { write_file("dravik/west.db", ""); }
+};
+
+TEST_F(Documents, TraceSamplesAreWhatProgramsWrite)
 {
     const std::string text = read(project / "docs/traces.md");
     const auto samples =
@@ -130,7 +114,9 @@ TEST(Documents, TraceSamplesAreWhatProgramsWrite)
     EXPECT_GE(samples.size(), 5U);
     for (const auto &sample : samples) {
         const Lines lines = lines_of(sample[3]);
-        const std::string trace = trace_of(sample[1], sample[2]);
+        set_variable("DKOM_LOG_LEVEL=" + sample[2].str());
+        run({sample[1]});
+        const std::string trace = std::regex_replace(take_trace(), std::regex("\x1b\\[[0-9;]*m"), "");
         const std::size_t found = longest_match(lines, lines_of(trace));
         if (found < lines.size())
             ADD_FAILURE() << "sample " << sample[1] << ", level " << sample[2]
@@ -164,7 +150,7 @@ std::set<std::string> texts_of_stops()
     return texts;
 }
 
-TEST(Documents, EveryTextOfAStopHasItsRow)
+TEST_F(Documents, EveryTextOfAStopHasItsRow)
 {
     const std::set<std::string> sources = texts_of_stops();
     std::set<std::string> rows;
@@ -180,7 +166,7 @@ TEST(Documents, EveryTextOfAStopHasItsRow)
 
 // ---- the check of a program ----
 
-TEST(Documents, TheReadmesCommandTellsWhatIsNotServed)
+TEST_F(Documents, TheReadmesCommandTellsWhatIsNotServed)
 {
     const std::string readme = read(project / "README.md");
     const auto commands = matches_of(readme, std::regex("```sh\n([^`]*nm -D --undefined-only[^`]*)```\n"));
@@ -188,7 +174,7 @@ TEST(Documents, TheReadmesCommandTellsWhatIsNotServed)
     const std::string command =
         std::regex_replace(commands[0][1].str(), std::regex("build/lib/libdkom.so"), LIBRARY);
     const auto check = [&](const char *program) {
-        return output_of(std::regex_replace(command, std::regex("PROGRAM"), program));
+        return run_other("/bin/sh", {"-c", std::regex_replace(command, std::regex("PROGRAM"), program)}).out;
     };
     EXPECT_EQ(check(SERVED_PROGRAM), "");
     EXPECT_EQ(check(UNSERVED_PROGRAM), "OCILobTrim\nocom\n");

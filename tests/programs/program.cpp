@@ -7,7 +7,9 @@
 #include <iterator>
 #include <spawn.h>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/wait.h>
+#include <utility>
 
 std::vector<char *> argument_pointers(std::vector<std::string> &texts)
 {
@@ -19,9 +21,9 @@ std::vector<char *> argument_pointers(std::vector<std::string> &texts)
     return result;
 }
 
-ProgramTest::ProgramTest()
+ProgramTest::ProgramTest(std::string program) : program_(std::move(program))
 {
-    std::string name = (std::filesystem::temp_directory_path() / "dkomsql-XXXXXX").string();
+    std::string name = (std::filesystem::temp_directory_path() / "program-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr)
         throw std::runtime_error("cannot make a directory like " + name);
     directory_ = name;
@@ -43,8 +45,8 @@ std::vector<std::string> ProgramTest::environment() const
         "PATH=/usr/bin:/bin",
         "LC_ALL=C.UTF-8",
         "TERM=dumb",
-        std::string("DKOM_ORA_LIB_PATH=") + ORACLE_LIBRARY_DIR,
-        std::string("DKOM_DRK_LIB_PATH=") + DRAVIK_LIBRARY_DIR,
+        "DKOM_ORA_LIB_PATH=" CLIENT_LIBRARY_DIR,
+        "DKOM_DRK_LIB_PATH=" CLIENT_LIBRARY_DIR,
         "DKOM_LOG_PATH=" + directory_.string(),
         "SQLITE_OCI_CLNTSH_DIR=" + (directory_ / "oracle").string(),
         "SQLITE_OCI_DKOCI_DIR=" + (directory_ / "dravik").string(),
@@ -55,10 +57,11 @@ std::vector<std::string> ProgramTest::environment() const
     return variables;
 }
 
-Outcome ProgramTest::run(const Arguments &arguments, const std::string &input) const
+Outcome ProgramTest::run_other(const std::string &program, const Arguments &arguments,
+                               const std::string &input) const
 {
     write_file("stdin", input);
-    std::vector<std::string> words{DKOMSQL_PROGRAM};
+    std::vector<std::string> words{program};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> variables = environment();
 
@@ -76,10 +79,11 @@ Outcome ProgramTest::run(const Arguments &arguments, const std::string &input) c
         throw std::runtime_error("cannot run " + words.front());
 
     int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    rusage usage{};
+    while (wait4(child, &status, 0, &usage) < 0 && errno == EINTR) {
     }
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), read_file("stdout"),
-            read_file("stderr")};
+            read_file("stderr"), usage.ru_maxrss};
 }
 
 std::string ProgramTest::output_of(const Arguments &arguments, const std::string &input) const
@@ -88,6 +92,19 @@ std::string ProgramTest::output_of(const Arguments &arguments, const std::string
     EXPECT_EQ(outcome.status, 0) << outcome.out;
     EXPECT_EQ(outcome.err, "");
     return outcome.out;
+}
+
+std::string ProgramTest::take_trace() const
+{
+    std::string all;
+    for (const auto &entry : std::filesystem::directory_iterator(directory_)) {
+        const std::string name = entry.path().filename();
+        if (!name.starts_with("om_"))
+            continue;
+        all += read_file(name);
+        std::filesystem::remove(entry.path());
+    }
+    return all;
 }
 
 void ProgramTest::write_file(const std::string &name, const std::string &content) const

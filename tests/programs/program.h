@@ -1,5 +1,5 @@
-#ifndef TESTS_DKOMSQL_PROGRAM_H
-#define TESTS_DKOMSQL_PROGRAM_H
+#ifndef TESTS_PROGRAM_H
+#define TESTS_PROGRAM_H
 
 #include <filesystem>
 #include <string>
@@ -12,6 +12,7 @@ struct Outcome {
     int status = -1; ///< exit status; 128 and the signal's number when a signal ended it
     std::string out;
     std::string err;
+    long peak_kb = 0; ///< most memory that was resident
 
     /// Whether the program ended with this status and its errors are, or begin with, `text`.
     testing::AssertionResult ends(int expected_status, const std::string &text) const
@@ -35,28 +36,31 @@ struct Outcome {
 /// Pointers into `texts`, ended by a null pointer, as exec takes them.
 std::vector<char *> argument_pointers(std::vector<std::string> &texts);
 
-/// A directory with an empty database `world` that the Oracle library serves and an empty database `mars`
-/// that Dravik's serves. The program runs in it; it is removed at the end.
+/// A program that runs in a directory of its own, which is removed at the end. An empty database `world`
+/// there is served by the Oracle library, an empty database `mars` by Dravik's.
 class ProgramTest : public testing::Test
 {
 protected:
-    ProgramTest();
+    explicit ProgramTest(std::string program);
     ~ProgramTest() override;
 
     using Arguments = std::vector<std::string>;
 
-    /// Runs dkomsql with the arguments and with `input` as its standard input.
-    Outcome run(const Arguments &arguments, const std::string &input = "") const;
+    /// Runs the program with the arguments and with `input` as its standard input.
+    Outcome run(const Arguments &arguments, const std::string &input = "") const
+    {
+        return run_other(program_, arguments, input);
+    }
+
+    /// The same for another program.
+    Outcome run_other(const std::string &program, const Arguments &arguments,
+                      const std::string &input = "") const;
 
     /// Like run(), and expects success without a word on the standard error stream; returns the output.
     std::string output_of(const Arguments &arguments, const std::string &input = "") const;
 
-    /// The rows of a query, or what a script writes, as CSV without the names of columns.
-    std::string rows_of(const std::string &link, const std::string &script, Arguments options = {}) const
-    {
-        options.insert(options.end(), {link, "--format", "csv", "--no-header", "-e", script});
-        return output_of(options);
-    }
+    /// What all runs wrote to their traces since this was asked last.
+    std::string take_trace() const;
 
     void write_file(const std::string &name, const std::string &content) const;
     std::string read_file(const std::string &name) const;
@@ -67,23 +71,15 @@ protected:
     std::vector<std::string> environment() const;
 
     /// Puts a variable, `NAME=value`, before those of the same name.
-    void set_variable(const std::string &variable) { own_variables_.push_back(variable); }
+    void set_variable(const std::string &variable)
+    {
+        own_variables_.insert(own_variables_.begin(), variable);
+    }
 
 private:
+    std::string program_;
     std::filesystem::path directory_;
     std::vector<std::string> own_variables_;
 };
-
-/// A test that runs once on a database of each backend.
-class BothBackends : public ProgramTest, public testing::WithParamInterface<std::string>
-{
-protected:
-    std::string link() const { return backend() == "oracle" ? "world" : "mars"; }
-    std::string backend() const { return GetParam(); }
-};
-
-#define RUN_ON_BOTH_BACKENDS(suite)                                                                          \
-    INSTANTIATE_TEST_SUITE_P(on, suite, testing::Values("oracle", "dravik"),                                 \
-                             [](const auto &info) { return info.param; })
 
 #endif
