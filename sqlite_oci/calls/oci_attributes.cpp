@@ -298,7 +298,7 @@ void get_attribute(object &target, ub4 attribute, const attribute_output &out)
     case OCI_HTYPE_DEFINE:
         return get(static_cast<const variable &>(target), attribute, out);
     case OCI_HTYPE_DESCRIBE:
-        return sqlite_oci::get(static_cast<const describe_handle &>(target), attribute, out);
+        return sqlite_oci::get(static_cast<describe_handle &>(target), attribute, out);
     case OCI_DTYPE_PARAM:
         return sqlite_oci::get(static_cast<parameter &>(target), attribute, out);
     default:

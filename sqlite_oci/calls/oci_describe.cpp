@@ -229,13 +229,14 @@ void sqlite_oci::get(parameter &of, ub4 attribute, const attribute_output &out)
     }
 }
 
-void sqlite_oci::get(const describe_handle &of, ub4 attribute, const attribute_output &out)
+void sqlite_oci::get(describe_handle &of, ub4 attribute, const attribute_output &out)
 {
     if (attribute != OCI_ATTR_PARAM)
         refuse_attribute(of.kind, attribute);
-    if (!of.described)
+    const parameter *described = of.described();
+    if (!described)
         fail(24334, "nothing was described with this handle");
-    out.put_handle(of.described);
+    out.put_handle(described);
 }
 
 extern "C" {

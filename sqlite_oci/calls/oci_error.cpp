@@ -9,14 +9,31 @@ using namespace sqlite_oci;
 namespace
 {
 
-const std::vector<error_record> *records_of(const void *handle, ub4 type)
+// What a signal handler left, which had no memory for a text.
+error_record noted_record(int code)
 {
-    if (type == OCI_HTYPE_ERROR) {
-        const auto *errors = find<error_handle>(handle);
-        return errors ? &errors->records : nullptr;
+    switch (code) {
+    case 1012:
+        return make_record(code, "not logged on: the session has not begun, so there is nothing to break");
+    case 3114:
+        return make_record(code, "not connected: there is nothing to break");
+    default:
+        return make_record(code, "no server handle is set on the service context: there is nothing to break");
     }
-    const auto *env = type == OCI_HTYPE_ENV ? find<environment>(handle) : nullptr;
-    return env ? &env->records : nullptr;
+}
+
+std::optional<std::vector<error_record>> records_of(const void *handle, ub4 type)
+{
+    if (type == OCI_HTYPE_ENV) {
+        const auto *env = find<environment>(handle);
+        return env ? std::optional(env->records) : std::nullopt;
+    }
+    const auto *errors = type == OCI_HTYPE_ERROR ? find<error_handle>(handle) : nullptr;
+    if (!errors)
+        return std::nullopt;
+    if (const int code = errors->noted())
+        return std::vector{noted_record(code)};
+    return errors->records;
 }
 
 // Copies with a terminator of the set's width, shortened to whole characters where the room is too small.
@@ -38,10 +55,10 @@ extern "C" {
 SQLITE_OCI_EXPORT sword OCIErrorGet(void *hndlp, ub4 recordno, OraText *sqlstate, sb4 *errcodep,
                                     OraText *bufp, ub4 bufsiz, ub4 type)
 {
-    const auto *records = records_of(hndlp, type);
-    if (!records)
-        return OCI_INVALID_HANDLE;
     try {
+        const auto records = records_of(hndlp, type);
+        if (!records)
+            return OCI_INVALID_HANDLE;
         const charset set = find_any_object(hndlp)->env->set;
         if (sqlstate)
             *sqlstate = '\0';

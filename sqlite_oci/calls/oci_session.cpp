@@ -36,6 +36,21 @@ template <class Action> sword on_connection(OCISvcCtx *svchp, OCIError *errhp, A
     });
 }
 
+// Frees the handles of a session that OCILogon began.
+struct logon_handles {
+    environment &env;
+    service_context *context;
+    session *user;
+    server *on;
+
+    ~logon_handles()
+    {
+        env.release(context);
+        env.release(user);
+        env.release(on);
+    }
+};
+
 // All that a program connects with in one step; what has been made is freed when a later step fails.
 struct logon {
     environment &env;
@@ -181,12 +196,9 @@ SQLITE_OCI_EXPORT sword OCILogoff(OCISvcCtx *svchp, OCIError *errhp)
         server *on = context.on_server.get();
         if (!context.made_by_logon)
             fail(24303, "OCILogoff ends only what OCILogon began");
+        const logon_handles ended{*context.env, &context, user, on}; // freed also when the commit fails
         if (user && user->open)
             user->end();
-        environment &env = *context.env;
-        env.release(&context);
-        env.release(user);
-        env.release(on);
         return OCI_SUCCESS;
     });
 }
@@ -227,16 +239,23 @@ SQLITE_OCI_EXPORT sword OCIPing(OCISvcCtx *svchp, OCIError *errhp, ub4)
     return on_connection(svchp, errhp, [](connection &open) { open.execute("PRAGMA schema_version"); });
 }
 
-// Waits for no lock: the call that is to be interrupted holds the connection's.
+// May come in a signal handler, in the middle of any other call: no lock, no memory, no exception.
 SQLITE_OCI_EXPORT sword OCIBreak(void *hndlp, OCIError *errhp)
 {
-    return served(errhp, [&](call_errors) {
-        if (const auto *context = find<service_context>(hndlp))
-            context->shared_connection()->interrupt();
-        else
-            required<server>(hndlp).interrupt();
+    auto *const errors = find<error_handle>(errhp);
+    if (errhp && !errors)
+        return OCI_INVALID_HANDLE;
+    if (const auto *on = find<server>(hndlp)) {
+        on->interrupt();
         return OCI_SUCCESS;
-    });
+    }
+    const auto *context = find<service_context>(hndlp);
+    if (!context)
+        return OCI_INVALID_HANDLE;
+    const int missing = context->interrupt();
+    if (missing && errors)
+        errors->note(missing);
+    return missing ? OCI_ERROR : OCI_SUCCESS;
 }
 
 SQLITE_OCI_EXPORT sword OCIReset(void *hndlp, OCIError *errhp)

@@ -1,9 +1,11 @@
 #include "connections/connection.h"
 
+#include "connections/authorizer.h"
 #include "handles/call.h"
 #include "sql/sql_functions.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 namespace sqlite_oci
@@ -19,6 +21,11 @@ constexpr std::chrono::milliseconds lock_retry{5};
 // forgets an interrupt that comes just before a statement starts.
 constexpr int steps_between_looks = 20000;
 
+bool is_constraint(int code)
+{
+    return code == 1 || code == 1400 || code == 1407 || (code >= 2290 && code <= 2292);
+}
+
 } // namespace
 
 connection::connection(const std::string &path, const std::string &user_name) : user(user_name)
@@ -29,6 +36,7 @@ connection::connection(const std::string &path, const std::string &user_name) : 
     try {
         if (code != SQLITE_OK)
             throw failure{sqlite_record(db_, code)};
+        breaks_ = &interrupt_point::take(db_);
         sqlite3_extended_result_codes(db_, 1);
         sqlite3_busy_handler(db_, wait_for_lock, this);
         sqlite3_db_config(db_, SQLITE_DBCONFIG_ENABLE_FKEY, 1, nullptr);
@@ -37,9 +45,11 @@ connection::connection(const std::string &path, const std::string &user_name) : 
         execute("PRAGMA schema_version"); // reads the file: one that is no database is told here
         // Readers then see what was committed when they began, and neither wait for writers nor stop them. A
         // file that cannot be changed is read as it is.
-        sqlite3_exec(db_, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr);
+        run("PRAGMA journal_mode = WAL");
+        limit_sql(db_, &is_own_sql_);
+        is_own_sql_ = false;
     } catch (...) {
-        sqlite3_close_v2(db_);
+        close();
         throw;
     }
 }
@@ -48,7 +58,14 @@ connection::connection(const std::string &path, const std::string &user_name) : 
 connection::~connection()
 {
     if (in_transaction())
-        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+        run("ROLLBACK");
+    close();
+}
+
+void connection::close()
+{
+    if (breaks_)
+        breaks_->give_back();
     sqlite3_close_v2(db_);
 }
 
@@ -65,9 +82,18 @@ int connection::is_to_stop(void *self)
     return static_cast<connection *>(self)->break_requested();
 }
 
+int connection::run(const char *sql)
+{
+    const bool was_own = is_own_sql_;
+    is_own_sql_ = true;
+    const int code = sqlite3_exec(db_, sql, nullptr, nullptr, nullptr);
+    is_own_sql_ = was_own;
+    return code;
+}
+
 void connection::execute(const char *sql)
 {
-    const int code = sqlite3_exec(db_, sql, nullptr, nullptr, nullptr);
+    const int code = run(sql);
     if (code != SQLITE_OK)
         throw failure{record(code)};
 }
@@ -97,12 +123,12 @@ bool connection::begin_changes()
 // SQLite takes the lock with the first change only; this is one that changes nothing.
 void connection::upgrade_to_write()
 {
-    sqlite3_stmt *query = nullptr;
-    int code = sqlite3_prepare_v2(db_, "PRAGMA main.user_version", -1, &query, nullptr);
-    if (code != SQLITE_OK)
-        throw failure{record(code)};
-    const int version = sqlite3_step(query) == SQLITE_ROW ? sqlite3_column_int(query, 0) : 0;
-    code = sqlite3_finalize(query);
+    int version = 0;
+    const auto keep = [](void *number, int, char **values, char **) {
+        *static_cast<int *>(number) = std::atoi(values[0]);
+        return 0;
+    };
+    const int code = sqlite3_exec(db_, "PRAGMA main.user_version", keep, &version, nullptr);
     if (code != SQLITE_OK)
         throw failure{record(code)};
     execute(("PRAGMA main.user_version = " + std::to_string(version)).c_str());
@@ -129,9 +155,17 @@ void connection::begin_read_only()
 
 void connection::commit()
 {
-    if (lobs)
-        lobs->write_back(*this);
-    end_transaction("COMMIT");
+    try {
+        if (lobs)
+            lobs->write_back(*this);
+        end_transaction("COMMIT");
+    } catch (const failure &failed) {
+        if (!is_constraint(failed.record.code))
+            throw;
+        // As a server does: a transaction that breaks a constraint at its end leaves nothing.
+        rollback();
+        fail(2091, "the transaction was rolled back: %s", failed.record.text.c_str());
+    }
     if (lobs)
         lobs->end(false);
 }
@@ -150,16 +184,11 @@ void connection::end_transaction(const char *sql)
     read_only_ = false;
 }
 
-void connection::interrupt()
-{
-    break_requested_ = true;
-    sqlite3_interrupt(db_);
-}
-
 void connection::cut_off()
 {
     if (in_transaction())
-        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+        run("ROLLBACK");
+    breaks_->attachment = nullptr;
     cut_off_ = true;
 }
 

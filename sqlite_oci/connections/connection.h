@@ -1,6 +1,7 @@
 // A session's connection to its database file, with the transaction that is open on it.
 #pragma once
 
+#include "connections/interrupt_point.h"
 #include "sql/sqlite_errors.h"
 
 #include <atomic>
@@ -55,8 +56,15 @@ public:
     // Opens a transaction that sees what is in the database now, whatever others commit.
     void begin_serializable();
     void begin_read_only();
+
+    // A transaction that breaks a constraint is rolled back, with ORA-02091.
     void commit();
     void rollback();
+
+    // Ends a transaction that changed nothing. Throws nothing.
+    void give_up() { run("ROLLBACK"); }
+
+    // Runs a statement of this library's own, which may do more than one of a program.
     void execute(const char *sql);
 
     // The record for a failed call of SQLite.
@@ -68,11 +76,10 @@ public:
 
     // --- These need no lock.
 
-    // Lets the call in progress, if any, end with ORA-01013. May be called in a signal handler: it neither
-    // waits nor allocates.
-    void interrupt();
-    void start_call() { break_requested_ = false; }
-    bool break_requested() const { return break_requested_; }
+    // Lets the call in progress, if any, end with ORA-01013.
+    interrupt_point &breaks() const { return *breaks_; }
+    void start_call() { breaks_->is_requested = false; }
+    bool break_requested() const { return breaks_->is_requested; }
 
     // The server was detached: what was not committed is gone, and nothing more can be done here.
     void cut_off();
@@ -83,14 +90,17 @@ public:
 private:
     static int wait_for_lock(void *self, int attempts);
     static int is_to_stop(void *self);
+    int run(const char *sql);
+    void close();
     void upgrade_to_write();
     void end_transaction(const char *sql);
 
     sqlite3 *db_ = nullptr;
     std::mutex mutex_;
-    std::atomic<bool> break_requested_{false};
+    interrupt_point *breaks_ = nullptr;
     std::atomic<bool> cut_off_{false};
     bool read_only_ = false;
+    bool is_own_sql_ = true; // what runs now, see limit_sql
 };
 
 } // namespace sqlite_oci

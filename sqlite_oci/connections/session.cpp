@@ -30,10 +30,10 @@ void server::attach(const std::string &link_text)
 {
     if (is_attached())
         fail(24309, "the server handle is already attached");
-    if (link_text.find('/') != link_text.npos)
+    if (link_text.find_first_of(std::string_view("/\0", 2)) != link_text.npos)
         fail(12154,
-             "the link \"%s\" cannot be a name of a database: it has a path separator; %s tells the "
-             "directory",
+             "the link \"%s\" cannot be a name of a database: it has a path separator or a zero byte; %s "
+             "tells the directory",
              link_text.c_str(), directory_variable);
     const auto file = database_file(link_text);
     std::error_code ignored;
@@ -64,20 +64,12 @@ void server::add(const std::shared_ptr<connection> &open)
     const std::scoped_lock lock(connections_mutex_);
     std::erase_if(connections_, [](const auto &watched) { return watched.expired(); });
     connections_.push_back(open);
-}
-
-void server::interrupt()
-{
-    const std::unique_lock lock(connections_mutex_, std::try_to_lock);
-    if (!lock)
-        return;
-    for (const auto &watched : connections_)
-        if (const auto open = watched.lock())
-            open->interrupt();
+    open->breaks().attachment = this;
 }
 
 session::~session()
 {
+    breaks = nullptr;
     if (open)
         cut_off(*open);
 }
@@ -95,17 +87,38 @@ void session::begin(server &on, ub4 credentials)
     const char *login = std::getenv("USER");
     open = std::make_shared<connection>(on.path, user_name.empty() ? (login ? login : "") : user_name);
     on.add(open);
+    breaks = &open->breaks();
 }
 
 void session::end()
 {
-    const auto ending = std::move(open);
-    open = nullptr;
+    const auto ending = open;
     const std::scoped_lock lock(ending->mutex());
+    breaks = nullptr;
+    open = nullptr;
     ending->start_call();
-    if (!ending->is_cut_off())
-        ending->commit();
+    try {
+        if (!ending->is_cut_off())
+            ending->commit();
+    } catch (...) {
+        ending->cut_off();
+        throw;
+    }
     ending->cut_off();
+}
+
+int service_context::interrupt() const noexcept
+{
+    if (!on_server.get())
+        return 24324;
+    const session *begun = in_session.get();
+    interrupt_point *const breaks = begun ? begun->breaks.load() : nullptr;
+    if (!breaks)
+        return 1012;
+    if (!breaks->attachment)
+        return 3114;
+    breaks->interrupt();
+    return 0;
 }
 
 std::shared_ptr<connection> service_context::shared_connection() const

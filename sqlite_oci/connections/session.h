@@ -4,6 +4,7 @@
 #include "connections/connection.h"
 #include "handles/environment.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -27,9 +28,8 @@ struct server final : object {
 
     void add(const std::shared_ptr<connection> &open);
 
-    // Ends the calls in progress of all sessions on this attachment; what a session that begins or ends just
-    // now does is not interrupted. May be called in a signal handler.
-    void interrupt();
+    // Ends the calls in progress of all sessions on this attachment. May be called in a signal handler.
+    void interrupt() const noexcept { interrupt_point::interrupt_all(this); }
 
 private:
     std::mutex connections_mutex_;
@@ -43,11 +43,13 @@ struct session final : object {
 
     void begin(server &on, ub4 credentials);
 
-    // Commits what is open, as a normal end of a session does.
+    // Commits what is open, as a normal end of a session does. When that fails it throws, with all rolled
+    // back and the session over.
     void end();
 
     std::string user_name, password;
-    std::shared_ptr<connection> open; // from begin() to end()
+    std::shared_ptr<connection> open;               // from begin() to end()
+    std::atomic<interrupt_point *> breaks{nullptr}; // of the open connection, for signal handlers
 };
 
 struct transaction final : object {
@@ -64,6 +66,10 @@ struct service_context final : object {
 
     // The connection that calls on this service context use. Throws the failure that tells what is missing.
     std::shared_ptr<connection> shared_connection() const;
+
+    // Ends the call in progress. Returns 0, or the ORA- number that tells what is missing. May be called in a
+    // signal handler.
+    int interrupt() const noexcept;
 
     weak_handle<server> on_server;
     weak_handle<session> in_session;

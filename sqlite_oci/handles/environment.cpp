@@ -97,6 +97,7 @@ charset environment::set_from_id(ub2 id) const
 
 void error_handle::set(error_record record)
 {
+    noted_ = 0;
     records.clear();
     records.push_back(std::move(record));
 }

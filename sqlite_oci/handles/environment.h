@@ -4,6 +4,7 @@
 #include "handles/registry.h"
 #include "text/charset.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -77,8 +78,15 @@ struct error_handle final : object {
 
     void set(error_record record);
 
+    // Records a number alone, in place of what was there. May be called in a signal handler.
+    void note(int code) noexcept { noted_ = code; }
+    int noted() const { return noted_; }
+
     std::vector<error_record> records;
     std::vector<error_record> batch; // one for each failed row of the last array execution
+
+private:
+    std::atomic<int> noted_{0};
 };
 
 // Live environments, for the process's whole life; the owner of all that applications allocate.

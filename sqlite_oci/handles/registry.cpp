@@ -14,8 +14,8 @@ namespace
 struct slot {
     std::byte for_the_caller[8]; // an application may mark a handle with eight bytes of its own
     std::atomic<object *> target;
-    ub4 kind;
-    std::uint32_t generation;
+    std::atomic<ub4> kind;
+    std::atomic<std::uint32_t> generation;
     slot *next_free;
 };
 
@@ -146,7 +146,7 @@ object *find_any_object(const void *handle)
 std::uint32_t handle_generation(const void *handle)
 {
     const slot *own = slots.find(handle);
-    return own ? own->generation : 0;
+    return own ? own->generation.load() : 0;
 }
 
 } // namespace sqlite_oci

@@ -8,6 +8,7 @@
 
 #include "oci.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -55,11 +56,14 @@ template <class T> class weak_handle
 public:
     weak_handle() = default;
     explicit weak_handle(T *target);
+    weak_handle(const weak_handle &other) { *this = other; }
+    weak_handle &operator=(const weak_handle &other);
     T *get() const;
 
 private:
-    const void *handle_ = nullptr;
-    std::uint32_t generation_ = 0;
+    // Two words that a signal handler may find half changed: they then fit no handle.
+    std::atomic<const void *> handle_{nullptr};
+    std::atomic<std::uint32_t> generation_{0};
 };
 
 // How many handles had this address before; part of the identity of a weak_handle.
@@ -71,10 +75,18 @@ weak_handle<T>::weak_handle(T *target)
 {
 }
 
+template <class T> weak_handle<T> &weak_handle<T>::operator=(const weak_handle &other)
+{
+    handle_.store(other.handle_.load());
+    generation_.store(other.generation_.load());
+    return *this;
+}
+
 template <class T> T *weak_handle<T>::get() const
 {
-    T *target = find<T>(handle_);
-    return target && handle_generation(handle_) == generation_ ? target : nullptr;
+    const void *const handle = handle_;
+    T *target = find<T>(handle);
+    return target && handle_generation(handle) == generation_ ? target : nullptr;
 }
 
 } // namespace sqlite_oci

@@ -158,10 +158,18 @@ void lob_changes::write_back(connection &on)
     if (!on.in_transaction())
         return undo();
     while (!changed_.empty()) {
-        lob &target = *changed_.back();
-        write_row(on, *target.cell, target.content);
-        target.is_pending = false;
+        const auto target = std::move(changed_.back());
         changed_.pop_back();
+        target->is_pending = false;
+        try {
+            write_row(on, *target->cell, target->content);
+        } catch (failure &failed) {
+            // Told once: kept, the value would stop every later statement.
+            target->is_stale = true;
+            failed.record.text +=
+                "; what was written to the LOB in column " + target->cell->column + " is undone";
+            throw;
+        }
     }
 }
 

@@ -47,7 +47,8 @@ public:
     // Notes that `target` is to be changed. Throws ORA-22922 when its row is gone.
     void add(const connection &on, const std::shared_ptr<lob> &target);
 
-    // Writes what was changed to the rows. Throws a failure where the database refuses a value.
+    // Writes what was changed to the rows. Throws a failure where the database refuses a value; the locators
+    // then show the row's value again.
     void write_back(connection &on) override;
 
     // The transaction is over: locators can no longer be written with; after a rollback they show the values

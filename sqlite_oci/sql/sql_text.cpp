@@ -126,7 +126,7 @@ constexpr verb verbs[] = {
     {"DECLARE", block, OCI_STMT_DECLARE, 34, sql_action::other},
     {"CALL", block, OCI_STMT_CALL, 0, sql_action::other},
     {"COMMIT", commit, OCI_STMT_UNKNOWN, 54, sql_action::other},
-    {"ROLLBACK", rollback, OCI_STMT_UNKNOWN, 55, sql_action::other},
+    {"ROLLBACK", rollback, OCI_STMT_UNKNOWN, sql_text::rollback_code, sql_action::other},
     {"SAVEPOINT", savepoint, OCI_STMT_UNKNOWN, 56, sql_action::other},
     {"RELEASE", savepoint, OCI_STMT_UNKNOWN, 0, sql_action::other},
 };

@@ -42,6 +42,11 @@ struct sql_text {
     ub2 function_code = 0;       // OCI_ATTR_SQLFNCODE
     bool for_update = false;     // the query locks what it reads
     std::size_t from_offset = 0; // of the query's own FROM; 0 for none
+
+    // Whether it takes back what came before it: ROLLBACK, also TO a savepoint.
+    bool goes_back() const { return function_code == rollback_code; }
+
+    static constexpr ub2 rollback_code = 55;
 };
 
 sql_text analyse(std::string text);

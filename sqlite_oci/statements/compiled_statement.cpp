@@ -1,7 +1,5 @@
 #include "statements/statement.h"
 
-#include <algorithm>
-
 namespace sqlite_oci
 {
 namespace
@@ -18,11 +16,6 @@ std::size_t error_place(sqlite3 *db, std::string_view text)
     const auto name = message.find_last_of(" .");
     const auto found = name == message.npos ? message.npos : find_word(text, message.substr(name + 1));
     return found == text.npos ? 0 : found;
-}
-
-ub2 as_attribute(std::size_t offset)
-{
-    return static_cast<ub2>(std::min<std::size_t>(offset, 0xffff));
 }
 
 } // namespace

@@ -260,9 +260,17 @@ parameter::parameter(parameter_owner &by, environment *in, std::shared_ptr<const
 void describe_handle::set(object_description description)
 {
     forget_parameters();
-    described = nullptr;
-    auto shared = std::make_shared<const object_description>(std::move(description));
-    described = &give(env, std::move(shared), parameter_kind::object);
+    description_ = std::make_shared<const object_description>(std::move(description));
+}
+
+parameter *describe_handle::described()
+{
+    parameter *known = given_.get();
+    if (!known && description_) {
+        known = &give(env, description_, parameter_kind::object);
+        given_ = weak_handle(known);
+    }
+    return known;
 }
 
 // --- The select list of a statement

@@ -100,10 +100,15 @@ struct describe_handle final : object, parameter_owner {
     // Ends the descriptors of what was described before.
     void set(object_description description);
 
-    parameter *described = nullptr; // null before the first description
+    // A parameter for what was described; null before the first description.
+    parameter *described();
+
+private:
+    std::shared_ptr<const object_description> description_;
+    weak_handle<parameter> given_; // the program may have freed it
 };
 
 void get(parameter &of, ub4 attribute, const attribute_output &out);
-void get(const describe_handle &of, ub4 attribute, const attribute_output &out);
+void get(describe_handle &of, ub4 attribute, const attribute_output &out);
 
 } // namespace sqlite_oci

@@ -23,7 +23,7 @@ public:
     ~change_scope()
     {
         if (is_first_ && sqlite3_total_changes64(on_.db()) == changes_before_)
-            sqlite3_exec(on_.db(), "ROLLBACK", nullptr, nullptr, nullptr);
+            on_.give_up();
     }
     change_scope(const change_scope &) = delete;
 
@@ -43,15 +43,8 @@ sword statement::execute(const service_context &context, const execution &how, c
     connection &on = *shared;
     const std::scoped_lock lock(on.mutex());
     on.start_call();
-    lobs_of(on).write_back(on);
-    row_count = rows_fetched = batch_error_count = current_row = 0;
-    is_executed = false;
-    rows_.clear();
-    columns_.clear();
-    forget_too_many_parameters();
-
-    if (text.kind == statement_kind::block)
-        fail(3001, "PL/SQL blocks and calls are not served");
+    forget_execution();
+    check_text();
     if (text.kind == statement_kind::commit) {
         on.commit();
         return OCI_SUCCESS;
@@ -60,6 +53,8 @@ sword statement::execute(const service_context &context, const execution &how, c
         on.rollback();
         return OCI_SUCCESS;
     }
+    if (!text.goes_back())
+        lobs_of(on).write_back(on);
 
     compiled_.compile(shared, text, &error_offset);
     column_count = static_cast<ub4>(sqlite3_column_count(compiled_.get()));
@@ -89,6 +84,29 @@ sword statement::execute(const service_context &context, const execution &how, c
     if (how.mode & OCI_COMMIT_ON_SUCCESS)
         on.commit();
     return status;
+}
+
+// What is known from an execution before holds no longer, also when this one fails.
+void statement::forget_execution()
+{
+    row_count = rows_fetched = batch_error_count = column_count = current_row = 0;
+    is_executed = is_described = false;
+    rows_.clear();
+    columns_.clear();
+    forget_too_many_parameters();
+}
+
+void statement::check_text()
+{
+    error_offset = 0;
+    // SQLite would take what stands before it for the whole.
+    const auto zero = text.original.find('\0');
+    if (zero != text.original.npos) {
+        error_offset = as_attribute(zero);
+        fail(911, "invalid character: there is a zero byte in the text, at offset %zu", zero);
+    }
+    if (text.kind == statement_kind::block)
+        fail(3001, "PL/SQL blocks and calls are not served");
 }
 
 void statement::check_binds() const

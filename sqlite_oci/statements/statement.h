@@ -9,6 +9,7 @@
 #include "statements/row_store.h"
 #include "variables/host_value.h"
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -163,6 +164,12 @@ private:
     sqlite3_stmt *compiled_ = nullptr;
 };
 
+// An offset in a text as OCI_ATTR_PARSE_ERROR_OFFSET, which has 16 bits.
+inline ub2 as_attribute(std::size_t offset)
+{
+    return static_cast<ub2>(std::min<std::size_t>(offset, 0xffff));
+}
+
 struct execution {
     ub4 iterations = 0;
     ub4 row_offset = 0;
@@ -219,6 +226,8 @@ private:
     bind &bind_placeholders(bind *known, std::vector<std::size_t> placeholders);
     void forget_variables();
 
+    void forget_execution();
+    void check_text();
     void check_binds() const;
     void bind_row(sqlite3_stmt *target, std::size_t row);
     sword run_query(const std::shared_ptr<connection> &on, const execution &how, call_errors errors);
