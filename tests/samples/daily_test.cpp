@@ -58,6 +58,18 @@ TEST_F(Daily, prints_the_same_directly_and_through_the_library)
     }
 }
 
+TEST_F(Daily, runs_whole_on_both_databases_in_the_extended_edition)
+{
+    const Outcome direct = run_other(DAILY_DIRECT, {"world", "--lob-mb", "2"});
+    ASSERT_EQ(direct.status, 0) << direct.out << direct.err;
+    for (const char *link : {"world", "mars"}) {
+        const Outcome through = run_other(DAILY_EXTENDED, {link, "--lob-mb", "2"});
+        EXPECT_EQ(through.status, 0) << through.out << through.err;
+        EXPECT_EQ(through.out, std::string("connected to ") + link + "\n" + without_first_line(direct.out));
+        EXPECT_EQ(through.err, "");
+    }
+}
+
 // The client library may hold the value. What must not grow with it is what the program and libdkom.so add.
 TEST_F(Daily, streams_a_large_value_in_bounded_memory)
 {

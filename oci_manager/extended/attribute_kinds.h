@@ -1,0 +1,30 @@
+/*
+ * What the values of attributes are, as far as the manager has to know: handles and descriptors, which each
+ * backend has its own of, texts, which are encoded as the environment's are, and callbacks that are given
+ * handles. Everything else is handed on as it is.
+ */
+#ifndef OMX_ATTRIBUTE_KINDS_H
+#define OMX_ATTRIBUTE_KINDS_H
+
+#include <oci.h>
+
+enum class attribute_kind : ub1 {
+    plain,
+    handle,     /* a handle or descriptor of `type` */
+    list,       /* an array of them */
+    text,       /* with a length in bytes */
+    failover,   /* OCIFocbkStruct */
+    notify,     /* OCISubscriptionNotify */
+    notify_ctx, /* its context */
+    event,      /* OCIEventCallback */
+    event_ctx,  /* its context */
+};
+
+struct attribute_value_kind {
+    attribute_kind kind;
+    ub1 type;
+};
+
+attribute_value_kind omx_attribute_kind_of(ub4 hdl_type, ub4 attr_type);
+
+#endif

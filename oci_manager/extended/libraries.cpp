@@ -1,0 +1,84 @@
+#include "libraries.h"
+
+#include <dlfcn.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+omx_call_table omx_calls;
+omx_library omx_libraries[omx_backend_count];
+
+namespace
+{
+
+const char *const entry_point_names[] = {
+#define OMX_NAME(name, type) #name,
+    OCI_ENTRY_POINTS(OMX_NAME)
+#undef OMX_NAME
+};
+static_assert(sizeof(omx_call_table) == OCI_ENTRY_POINT_COUNT * omx_backend_count * sizeof(void *));
+
+struct library_source {
+    const char *variable; /* of the environment: the directory */
+    const char *file;
+};
+constexpr library_source sources[omx_backend_count] = {
+    {"DKOM_ORA_LIB_PATH", "libclntsh.so"},
+    {"DKOM_DRK_LIB_PATH", "libdkoci.so"},
+};
+
+pthread_once_t once = PTHREAD_ONCE_INIT;
+ub1 loaded;
+
+/*
+ * A program that runs with the rights of another user loads no code from where its caller says: neither from
+ * a directory of the environment nor from the working directory, but from the system's own places.
+ */
+void name_library(const library_source &source, omx_library *into)
+{
+    const char *directory = secure_getenv(source.variable);
+    if (directory || getenv(source.variable) == directory)
+        snprintf(into->path, sizeof into->path, "%s/%s", directory ? directory : ".", source.file);
+    else
+        snprintf(into->path, sizeof into->path, "%s", source.file);
+}
+
+void load_library(unsigned int backend)
+{
+    omx_library *into = &omx_libraries[backend];
+    name_library(sources[backend], into);
+    into->library = dlopen(into->path, RTLD_LAZY);
+    if (!into->library) {
+        const char *reason = dlerror();
+        snprintf(into->reason, sizeof into->reason, "%s", reason ? reason : "the loader gives no reason");
+        return;
+    }
+    void **entries = (void **)(void *)&omx_calls;
+    for (size_t i = 0; i < OCI_ENTRY_POINT_COUNT; i++)
+        entries[i * omx_backend_count + backend] = dlsym(into->library, entry_point_names[i]);
+    loaded |= omx_bit(backend);
+}
+
+void load_all(void)
+{
+    if (!omx_reserve_handles()) {
+        for (omx_library &l : omx_libraries)
+            snprintf(l.reason, sizeof l.reason, "there is no address space left for handles");
+        return;
+    }
+    load_library(omx_oracle);
+    load_library(omx_dravik);
+}
+
+} // namespace
+
+const char *omx_backend_name(unsigned int backend)
+{
+    return backend == omx_oracle ? "Oracle" : "Dravik";
+}
+
+ub1 omx_load(void)
+{
+    pthread_once(&once, load_all);
+    return loaded;
+}
