@@ -241,7 +241,7 @@ TEST_F(lob, values_pass_in_every_form)
                      << " manner " << static_cast<int>(used.how) << " set " << used.set);
         const std::string row = std::to_string(++id), column = used.is_text ? "c" : "b";
         db.run_all({"INSERT INTO t VALUES(" + row + ", empty_clob(), empty_blob())"});
-        const std::string query = std::string("SELECT ") + column + " FROM t WHERE id = " + row;
+        const std::string query = "SELECT " + column + (" FROM t WHERE id = " + row);
         OCILobLocator *const target = select(query + " FOR UPDATE OF c, b NOWAIT;", used.type());
         EXPECT_EQ(length(target), 0u);
 

@@ -45,11 +45,10 @@ TEST_F(sql, preparation_tells_kind_and_bind_variables_without_a_connection)
 
 TEST_F(sql, failures_have_the_numbers_that_programs_test_for)
 {
-    db.run_all({"CREATE TABLE parent (id NUMBER PRIMARY KEY)",
-                "CREATE TABLE t (id NUMBER PRIMARY KEY, name VARCHAR2(9) NOT NULL, n NUMBER CHECK (n < 10), "
-                "up NUMBER REFERENCES parent)",
-                "CREATE VIEW v AS SELECT id FROM t", "INSERT INTO parent VALUES (1)",
-                "INSERT INTO t VALUES (1, 'one', 1, 1)"});
+    const char *table = "CREATE TABLE t (id NUMBER PRIMARY KEY, name VARCHAR2(9) NOT NULL, "
+                        "n NUMBER CHECK (n < 10), up NUMBER REFERENCES parent)";
+    db.run_all({"CREATE TABLE parent (id NUMBER PRIMARY KEY)", table, "CREATE VIEW v AS SELECT id FROM t",
+                "INSERT INTO parent VALUES (1)", "INSERT INTO t VALUES (1, 'one', 1, 1)"});
     const std::pair<const char *, int> cases[] = {
         {"SELECT * FROM missing", 942},     {"INSERT INTO t (missing) VALUES (1)", 904},
         {"SELECT missing FROM t", 904},     {"INSERT INTO t VALUES (1, 'again', 1, 1)", 1},
