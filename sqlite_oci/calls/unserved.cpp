@@ -78,7 +78,7 @@
     X(OCISecurityStoreTrustedIdentity) X(OCISecurityTerminate) X(OCISecurityValidate) X(OCISecurityVerify) \
     X(OCISecurityVerifyDetached) X(OCISecurity_PKEncrypt) X(OCISessionGet) X(OCISessionPoolCreate) \
     X(OCISessionPoolDestroy) X(OCISessionRelease) X(OCISharedLibInit) X(OCIStmtBindByName) \
-    X(OCIStmtBindByPos) X(OCIStmtGetBindInfo) X(OCIStmtGetPieceInfo) X(OCIStmtSetPieceInfo) \
+    X(OCIStmtBindByPos) X(OCIStmtGetBindInfo) \
     X(OCISubscriptionDisable) X(OCISubscriptionEnable) X(OCISubscriptionPost) X(OCISubscriptionRegister) \
     X(OCISubscriptionUnRegister) X(OCISvcCtxToLda) X(OCITableDelete) X(OCITableExists) X(OCITableFirst) \
     X(OCITableLast) X(OCITableNext) X(OCITablePrev) X(OCITableSize) X(OCITransDetach) X(OCITransForget) \

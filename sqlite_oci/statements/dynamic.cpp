@@ -21,11 +21,6 @@ void check_answer(sb4 answer)
         fail(24343, "the program's callback answered %d and not OCI_CONTINUE", static_cast<int>(answer));
 }
 
-bool is_last(ub1 piece)
-{
-    return piece == OCI_ONE_PIECE || piece == OCI_LAST_PIECE;
-}
-
 bool is_long(ub2 type)
 {
     switch (type) {
@@ -81,11 +76,13 @@ struct define_piece {
 
 value bind::gather(std::size_t row)
 {
-    if (!in_callback_)
-        fail(3001, "a bind with OCI_DATA_AT_EXEC takes its values from a callback: OCIBindDynamic sets it");
+    if (!in_callback_) {
+        const auto found = values_in_pieces_.find(row);
+        return found == values_in_pieces_.end() ? value{} : read_whole(found->second);
+    }
     pieces_.clear();
     ub1 piece = OCI_FIRST_PIECE;
-    for (bool is_first = true; is_first || !is_last(piece); is_first = false) {
+    for (bool is_first = true; is_first || !is_last_piece(piece); is_first = false) {
         void *buffer = nullptr, *indicator = nullptr;
         ub4 length = 0;
         piece = is_first ? OCI_FIRST_PIECE : OCI_NEXT_PIECE;
@@ -96,17 +93,23 @@ value bind::gather(std::size_t row)
         if (buffer)
             pieces_.append(static_cast<const char *>(buffer), length);
     }
-    const host_type whole{array.host.type, pieces_.size(), array.host.set};
-    const host_reader read = find_reader(whole);
-    if (!read)
-        fail(3115, "binds of type %u with a size of %zu bytes are not served", whole.type, whole.size);
-    return read(whole, pieces_.data(), pieces_.size(), scratch_);
+    return read_whole(pieces_);
+}
+
+// A text that is given whole needs no terminator.
+value bind::read_whole(const std::string &bytes)
+{
+    const bool is_text = array.host.type == SQLT_STR || array.host.type == SQLT_AVC;
+    const host_type whole{static_cast<ub2>(is_text ? SQLT_CHR : array.host.type), bytes.size(),
+                          array.host.set};
+    std::string_view content = bytes;
+    if (is_text && whole.set != charset::utf16)
+        content = content.substr(0, content.find('\0'));
+    return required_reader(whole)(whole, content.data(), content.size(), scratch_);
 }
 
 void define::give(const value &fetched, std::size_t row, fetch_outcome &outcome) const
 {
-    if (!callback_)
-        fail(3001, "a define with OCI_DYNAMIC_FETCH needs a callback: OCIDefineDynamic sets it");
     const bool is_null = fetched.kind == value_kind::null;
     const bool in_pieces = !is_null && is_long(array.host.type);
     written result;
@@ -135,7 +138,7 @@ void define::give(const value &fetched, std::size_t row, fetch_outcome &outcome)
             fail(24343, "the program's callback gave a buffer of no bytes");
         *given.length = static_cast<ub4>(size);
         given.tell(is_null ? OCI_IND_NULL : OCI_IND_NOTNULL, is_null ? ora_null_fetched : result.error);
-        if (!rest.empty() && is_last(given.piece)) {
+        if (!rest.empty() && is_last_piece(given.piece)) {
             given.tell(-2, ora_cut);
             outcome.warning = make_record(ora_cut, "the program took not all of a value" + column_text());
             return;
@@ -147,6 +150,25 @@ void define::give(const value &fetched, std::size_t row, fetch_outcome &outcome)
     if (is_null && !given.indicator && outcome.error.code == 0)
         outcome.error =
             make_record(ora_null_fetched, "null was fetched and there is no indicator" + column_text());
+}
+
+std::string define::bytes_of(const value &fetched, fetch_outcome &outcome) const
+{
+    if (fetched.kind == value_kind::null)
+        return {};
+    int error = 0;
+    std::string bytes;
+    if (is_long(array.host.type)) {
+        bytes = whole_bytes(array.host, fetched, error);
+    } else {
+        bytes.resize(array.host.size);
+        const written result = writer_(array.host, fetched, bytes.data());
+        error = result.error;
+        bytes.resize(result.stored);
+    }
+    if (error && outcome.error.code == 0)
+        outcome.error = make_record(error, conversion_error_text(error) + column_text());
+    return bytes;
 }
 
 } // namespace sqlite_oci

@@ -39,6 +39,8 @@ sword statement::execute(const service_context &context, const execution &how, c
 {
     if (!is_prepared)
         fail(24337, "the statement handle is not prepared");
+    if (awaited_.of && awaited_.by_execution)
+        return continue_fetch(errors);
     const auto shared = context.shared_connection();
     connection &on = *shared;
     const std::scoped_lock lock(on.mutex());
@@ -62,6 +64,10 @@ sword statement::execute(const service_context &context, const execution &how, c
     if (how.mode & (OCI_PARSE_ONLY | OCI_DESCRIBE_ONLY))
         return OCI_SUCCESS;
     check_binds();
+    if (!collect_pieces(how)) {
+        errors.set(make_record(3129, "the next piece of a value is needed: OCIStmtSetPieceInfo gives it"));
+        return OCI_NEED_DATA;
+    }
 
     sword status = OCI_SUCCESS;
     switch (text.kind) {
@@ -189,7 +195,9 @@ sword statement::run_query(const std::shared_ptr<connection> &shared, const exec
         return OCI_SUCCESS;
     if (how.mode & OCI_EXACT_FETCH)
         return fetch_exactly(how.iterations, errors);
-    return fetch(how.iterations, OCI_FETCH_NEXT, 0, errors);
+    const sword status = fetch(how.iterations, OCI_FETCH_NEXT, 0, errors);
+    awaited_.by_execution = status == OCI_NEED_DATA;
+    return status;
 }
 
 sword statement::fetch_exactly(ub4 rows, call_errors errors)

@@ -10,28 +10,47 @@ sword statement::fetch(ub4 rows, ub2 orientation, sb4 offset, call_errors errors
 {
     if (!is_executed || text.kind != statement_kind::query)
         fail(24338, "the statement was not executed, or is no query");
-    rows_fetched = 0;
     if (rows == 0) {
         cancel();
         return OCI_SUCCESS;
     }
+    if (awaited_.of)
+        return continue_fetch(errors);
+    rows_fetched = 0;
     if (std::none_of(defined_.begin(), defined_.end(), [](const define *one) { return one != nullptr; }))
         fail(24374, "no column of the query is defined");
     if (defined_.size() > column_count && defined_.back())
         fail(1007, "column %zu is defined, but the query has %u", defined_.size(), column_count);
 
-    const std::size_t first = first_row(orientation, offset);
-    const std::size_t count = std::min<std::size_t>(rows, rows_.size() - first);
+    fetching_ = {};
+    fetching_.first = first_row(orientation, offset);
+    fetching_.rows = std::min<std::size_t>(rows, rows_.size() - fetching_.first);
+    fetching_.wanted = rows;
+    return continue_fetch(errors);
+}
+
+sword statement::continue_fetch(call_errors errors)
+{
     fetch_outcome outcome;
-    rows_fetched = static_cast<ub4>(store_rows(first, count, outcome));
-    if (count)
-        current_row = static_cast<ub4>(first + rows_fetched);
+    if (!store_rows(outcome)) {
+        errors.set(
+            make_record(3130, "the buffer for the next piece is needed: OCIStmtSetPieceInfo gives it"));
+        return OCI_NEED_DATA;
+    }
+    return end_fetch(outcome, errors);
+}
+
+sword statement::end_fetch(const fetch_outcome &outcome, call_errors errors)
+{
+    rows_fetched = static_cast<ub4>(fetching_.row);
+    if (fetching_.rows)
+        current_row = static_cast<ub4>(fetching_.first + rows_fetched);
     row_count = std::max(row_count, current_row);
     if (outcome.error.code) {
         ++current_row; // the row that failed is not met again
         throw failure{outcome.error};
     }
-    if (count < rows) {
+    if (fetching_.rows < fetching_.wanted) {
         errors.set(make_record(1403, "no more data"));
         return OCI_NO_DATA;
     }
@@ -45,7 +64,9 @@ sword statement::fetch(ub4 rows, ub2 orientation, sb4 offset, call_errors errors
 void statement::cancel()
 {
     rows_.clear();
+    rows_fetched = 0;
     current_row = 0;
+    give_up_pieces();
 }
 
 // Index of the first row to fetch, or the number of rows when there is none in that direction.
@@ -81,30 +102,44 @@ std::size_t statement::first_row(ub2 orientation, sb4 offset) const
     return wanted < 0 || wanted > rows ? rows_.size() : static_cast<std::size_t>(wanted);
 }
 
-// Returns how many rows were stored; fewer than `count` when one of them could not be converted.
-std::size_t statement::store_rows(std::size_t first, std::size_t count, fetch_outcome &outcome) const
+// Returns false when a piece is needed first. Where a row could not be converted, fetching_.row is that row.
+bool statement::store_rows(fetch_outcome &outcome)
 {
-    if (count == 0)
-        return 0;
-    const std::size_t columns = std::min<std::size_t>(defined_.size(), column_count);
-    row_store::reader reader(rows_, first, column_count);
-    value fetched;
-    for (std::size_t row = 0; row < count; ++row) {
+    if (fetching_.row >= fetching_.rows)
+        return true;
+    row_store::reader reader(rows_, fetching_.first + fetching_.row, column_count);
+    for (; fetching_.row < fetching_.rows; ++fetching_.row) {
         reader.next_row();
-        for (std::size_t column = 0; column < columns; ++column) {
-            reader.next_value(fetched);
-            const define *into = defined_[column];
-            if (!into)
-                continue;
-            into->store(fetched, row, outcome);
-            if (lob_locator *locator = locked_.empty() ? nullptr : into->locator_at(row))
-                locked_.lock(*locator, first + row, column);
-        }
-        reader.skip_values(column_count - columns);
+        if (!store_row(reader, outcome))
+            return false;
         if (outcome.error.code)
-            return row;
+            return true;
+        fetching_.column = 0;
     }
-    return count;
+    return true;
+}
+
+bool statement::store_row(row_store::reader &reader, fetch_outcome &outcome)
+{
+    const std::size_t columns = std::min<std::size_t>(defined_.size(), column_count), row = fetching_.row;
+    reader.skip_values(fetching_.column);
+    value fetched;
+    for (; fetching_.column < columns; ++fetching_.column) {
+        reader.next_value(fetched);
+        define *const into = defined_[fetching_.column];
+        if (!into)
+            continue;
+        if (into->is_in_pieces()) {
+            if (!give_pieces(*into, fetched, outcome))
+                return false;
+            continue;
+        }
+        into->store(fetched, row, outcome);
+        if (lob_locator *locator = locked_.empty() ? nullptr : into->locator_at(row))
+            locked_.lock(*locator, fetching_.first + row, fetching_.column);
+    }
+    reader.skip_values(column_count - columns);
+    return true;
 }
 
 } // namespace sqlite_oci

@@ -55,6 +55,7 @@ void statement::prepare(std::string sql)
     row_count = rows_fetched = batch_error_count = column_count = current_row = 0;
     rows_.clear();
     columns_.clear();
+    give_up_pieces();
     forget_parameters();
     compiled_.reset();
     locking_.reset();
@@ -125,6 +126,8 @@ define &statement::define_position(define *known, ub4 position)
 
 bool statement::release(variable *freed)
 {
+    if (awaited_.of == freed)
+        give_up_pieces();
     return release_from(binds_, bound_, freed) || release_from(defines_, defined_, freed);
 }
 

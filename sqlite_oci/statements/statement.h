@@ -6,10 +6,12 @@
 #include "sql/sql_text.h"
 #include "statements/describe.h"
 #include "statements/locked_rows.h"
+#include "statements/pieces.h"
 #include "statements/row_store.h"
 #include "variables/host_value.h"
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -65,7 +67,11 @@ struct variable : object {
 
     statement &owner;
     host_array array;
-    bool is_dynamic = false; // values pass through a callback
+    bool is_dynamic = false; // values pass through a callback, or piece by piece
+
+    // Whether values pass between calls, piece by piece.
+    virtual bool is_in_pieces() const = 0;
+    given_piece given;
 
 private:
     virtual void find_conversion() = 0;
@@ -86,15 +92,22 @@ struct bind final : variable {
 
     std::vector<std::size_t> placeholders; // those that have this bind
 
+    bool is_in_pieces() const override { return is_dynamic && !in_callback_; }
+
+    // Takes what was given as the next piece of a row's value. Returns whether it was the last.
+    bool take_piece(std::size_t row, bool is_first);
+
 private:
     void find_conversion() override { reader_ = required_reader(array.host); }
     value gather(std::size_t row);
+    value read_whole(const std::string &bytes);
 
     host_reader reader_ = nullptr;
     std::string scratch_;
     void *in_context_ = nullptr;
     OCICallbackInBind in_callback_ = nullptr;
     std::string pieces_;
+    std::map<std::size_t, std::string> values_in_pieces_; // by row; those without are null
 };
 
 // What the rows of one fetch met with, beside success.
@@ -122,6 +135,14 @@ struct define final : variable {
     }
 
     ub4 position = 0;
+
+    bool is_in_pieces() const override { return is_dynamic && !callback_; }
+
+    // The value as bytes, to be given in pieces. What cannot be is told in `outcome`.
+    std::string bytes_of(const value &fetched, fetch_outcome &outcome) const;
+
+    // Puts the next piece into what was given. Returns whether it was the last.
+    bool give_piece(fetch_position &at, bool is_null, fetch_outcome &outcome);
 
 private:
     void find_conversion() override { writer_ = required_writer(array.host); }
@@ -195,6 +216,7 @@ struct statement final : object, parameter_owner {
     sword execute(const service_context &context, const execution &how, call_errors errors);
     sword fetch(ub4 rows, ub2 orientation, sb4 offset, call_errors errors);
     void cancel();
+    const awaited_piece &awaited() const { return awaited_; }
 
     // The select list, none of other statements; described when first asked for. Throws ORA-24338 before an
     // execution.
@@ -242,12 +264,21 @@ private:
 
     std::vector<value_kind> value_kinds() const;
     std::size_t first_row(ub2 orientation, sb4 offset) const;
-    std::size_t store_rows(std::size_t first, std::size_t count, fetch_outcome &outcome) const;
+    sword continue_fetch(call_errors errors);
+    bool store_rows(fetch_outcome &outcome);
+    bool give_pieces(define &into, const value &fetched, fetch_outcome &outcome);
+    bool store_row(row_store::reader &reader, fetch_outcome &outcome);
+    sword end_fetch(const fetch_outcome &outcome, call_errors errors);
+    void give_up_pieces();
+    bool collect_pieces(const execution &how);
+    bool await_bind(const variable *after, std::size_t row);
 
     sqlite3_stmt *locking_query(const std::shared_ptr<connection> &on);
 
     compiled_statement compiled_;
     row_store rows_;
+    awaited_piece awaited_;
+    fetch_position fetching_;
     column_descriptions columns_; // empty until asked for
 
     // Of a query FOR UPDATE: where locators that are fetched from it come from.

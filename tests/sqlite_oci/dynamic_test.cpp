@@ -163,9 +163,94 @@ TEST_F(dynamic, programs_can_stop_or_take_less)
     char value[] = "x";
     query.in(":x", value, SQLT_CHR);
     EXPECT_TRUE(db.fails(OCIBindDynamic(query.last_bind, db.errors, &from, give, nullptr, nullptr), 24315));
-    const prepared other(db, "SELECT :x FROM dual");
-    ASSERT_EQ(other.bind(":x", nullptr, 10, SQLT_CHR, nullptr, nullptr, OCI_DATA_AT_EXEC), OCI_SUCCESS);
-    EXPECT_TRUE(db.fails(other.execute(0), 3001));
+}
+
+// Gives or takes the pieces of a statement's values between calls; returns what the last call answered.
+template <class Call> sword in_pieces(const prepared &of, const std::vector<std::string> &values, Call call)
+{
+    sword status = call();
+    std::size_t given = 0;
+    while (status == OCI_NEED_DATA) {
+        void *variable = nullptr;
+        ub4 type = 0, iteration = 0, index = 0;
+        ub1 direction = 0, piece = 0;
+        EXPECT_EQ(OCIStmtGetPieceInfo(of.handle, of.client.errors, &variable, &type, &direction, &iteration,
+                                      &index, &piece),
+                  OCI_SUCCESS);
+        EXPECT_EQ(std::make_pair(type, direction), std::make_pair(ub4{OCI_HTYPE_BIND}, ub1{OCI_PARAM_IN}));
+        given = piece == OCI_FIRST_PIECE ? 0 : given;
+        const std::string &value = values[iteration];
+        std::string part = value.substr(given, 3);
+        given += part.size();
+        sb2 state = value.empty() ? OCI_IND_NULL : OCI_IND_NOTNULL;
+        ub4 length = static_cast<ub4>(part.size());
+        const ub1 kind = given == value.size() ? OCI_LAST_PIECE : piece;
+        EXPECT_EQ(OCIStmtSetPieceInfo(variable, type, of.client.errors, part.data(), &length, kind, &state,
+                                      nullptr),
+                  OCI_SUCCESS);
+        status = call();
+    }
+    return status;
+}
+
+TEST_F(dynamic, values_pass_in_pieces_between_calls)
+{
+    ASSERT_EQ(db.run("CREATE TABLE t (id NUMBER, x CLOB, y VARCHAR2(20))"), 0);
+    const prepared insert(db, "INSERT INTO t VALUES (:id, :x, :y)");
+    sb4 ids[] = {1, 2, 3};
+    insert.in("id", ids, SQLT_INT);
+    for (const char *name : {":x", ":y"})
+        ASSERT_EQ(insert.bind(name, nullptr, 1 << 30, SQLT_CHR, nullptr, nullptr, OCI_DATA_AT_EXEC),
+                  OCI_SUCCESS);
+    const std::vector<std::string> values = {"caf\xC3\xA9 au lait", "", "abc"};
+    ASSERT_TRUE(db.succeeds(in_pieces(insert, values, [&] { return insert.execute(3); })));
+    EXPECT_EQ(insert.attribute<ub4>(OCI_ATTR_ROW_COUNT), 3);
+    EXPECT_EQ(db.ask("SELECT count(*) FROM t WHERE x = y"), "2");
+    void *variable = nullptr;
+    EXPECT_TRUE(db.fails(
+        OCIStmtGetPieceInfo(insert.handle, db.errors, &variable, nullptr, nullptr, nullptr, nullptr, nullptr),
+        24338));
+
+    const prepared query(db, "SELECT x, id, y FROM t ORDER BY id");
+    sb4 fetched_ids[3] = {};
+    query.out(2, fetched_ids, SQLT_INT);
+    for (const ub4 column : {1, 3})
+        ASSERT_EQ(
+            query.define(column, nullptr, 1 << 30, SQLT_CHR, nullptr, nullptr, nullptr, OCI_DYNAMIC_FETCH),
+            OCI_SUCCESS);
+    ASSERT_EQ(query.execute(0), OCI_SUCCESS);
+    std::vector<std::string> fetched;
+    std::vector<char> buffer(4);
+    ub4 length = 0;
+    sb2 state = 0;
+    const auto keep = [&] {
+        if (length && state == OCI_IND_NOTNULL)
+            fetched.back().append(buffer.data(), length);
+        length = 0;
+    };
+    sword status = query.fetch(3);
+    EXPECT_EQ(db.code(), 3130);
+    for (; status == OCI_NEED_DATA; status = query.fetch(3)) {
+        keep();
+        ub4 type = 0, row = 0;
+        ub1 piece = 0;
+        ASSERT_EQ(
+            OCIStmtGetPieceInfo(query.handle, db.errors, &variable, &type, nullptr, &row, nullptr, &piece),
+            OCI_SUCCESS);
+        if (piece == OCI_FIRST_PIECE)
+            fetched.emplace_back();
+        length = static_cast<ub4>(buffer.size());
+        ASSERT_EQ(
+            OCIStmtSetPieceInfo(variable, type, db.errors, buffer.data(), &length, piece, &state, nullptr),
+            OCI_SUCCESS);
+    }
+    keep();
+    ASSERT_TRUE(db.succeeds(status));
+    EXPECT_EQ(fetched, (std::vector<std::string>{values[0], values[0], "", "", "abc", "abc"}));
+    EXPECT_EQ(fetched_ids[2], 3);
+    EXPECT_EQ(query.fetch(1), OCI_NO_DATA);
+    EXPECT_EQ(OCIStmtSetPieceInfo(db.env, OCI_HTYPE_BIND, db.errors, nullptr, nullptr, 0, nullptr, nullptr),
+              OCI_INVALID_HANDLE);
 }
 
 } // namespace
