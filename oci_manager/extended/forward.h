@@ -128,6 +128,8 @@ template <role Role, class... A> struct shape {
             return 0;
         if (first_of(OCI_HTYPE_SVCCTX) != no_parameter)
             return first_of(OCI_HTYPE_SVCCTX);
+        if (Role == role::object && first_of(OCI_HTYPE_ENV) != no_parameter)
+            return first_of(OCI_HTYPE_ENV);
         for (int i = 0; i < count; i++)
             if (family(i) != 0 && family(i) != OCI_HTYPE_ENV && !is_error(i) && !is_value(i))
                 return i;
