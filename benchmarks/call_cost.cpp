@@ -186,6 +186,20 @@ void free_statement(benchmark::State &state)
     }
 }
 
+/* Reads a server into a variable that holds none: each time a wrapper more under the same key. */
+void read_handle_value(benchmark::State &state)
+{
+    hdl_hash_table_t *const before = hdl_list_tbl;
+    hdl_list_tbl = nullptr;
+    const connection c;
+    for ([[maybe_unused]] auto _ : state) {
+        OCIServer *srvhp = nullptr;
+        OCIAttrGet(c.svchp, OCI_HTYPE_SVCCTX, &srvhp, nullptr, OCI_ATTR_SERVER, c.errhp);
+        benchmark::DoNotOptimize(srvhp);
+    }
+    hdl_list_tbl = before;
+}
+
 constexpr char record_text[] = "END FUNC - OCISessionBegin(): measured record of the usual length, rc=0";
 
 void write_record(benchmark::State &state)
@@ -266,6 +280,8 @@ void register_all()
         benchmark::RegisterBenchmark("handle/pair", allocate_and_free)->Arg(count);
         benchmark::RegisterBenchmark("statement/free", free_statement)->Arg(count);
     }
+    for (const int count : {1000, 100000})
+        benchmark::RegisterBenchmark("handle_value", read_handle_value)->Iterations(count);
     benchmark::RegisterBenchmark("commit/any", commit_among, which::any)->Arg(10000);
     benchmark::RegisterBenchmark("handle/backends", backends_allocate_and_free);
     benchmark::RegisterBenchmark("record/written", write_record);
@@ -290,6 +306,8 @@ std::vector<figure> figures()
         {"date call, against direct", "date/through", "date/direct", 3.0},
         {"commit, any of 10 000 handles, against 10", "commit/any/10000", "commit/newest/10", 2.5},
         {"handle pair, against both backends' and a calloc", "handle/pair/10", "handle/backends", 2.0},
+        {"100 000 reads of a handle value, against 1 000", "handle_value/iterations:100000",
+         "handle_value/iterations:1000", 1.25},
         {"written record, against open, write, close", "record/written", "record/bare", 1.2},
         {"two threads, throughput of one", "commit/real_time/threads:1", "commit/real_time/threads:2", 1.9,
          true},

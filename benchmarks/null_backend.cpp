@@ -15,6 +15,7 @@ constexpr size_t handle_size = 64;
 /* Binds and defines need an address only. */
 char bind_handle[handle_size];
 char define_handle[handle_size];
+char server_handle[handle_size];
 
 sword allocate(void **hndlpp)
 {
@@ -81,7 +82,15 @@ sword OCIDefineByPos(OCIStmt *, OCIDefine **defnp, OCIError *, ub4, void *, sb4,
 
 SUCCEED(OCIServerAttach(OCIServer *, OCIError *, const OraText *, sb4, ub4))
 SUCCEED(OCIAttrSet(void *, ub4, void *, ub4, ub4, OCIError *))
-SUCCEED(OCIAttrGet(const void *, ub4, void *, ub4 *, ub4, OCIError *))
+
+// Of a service context programs read the server, which is always the same.
+sword OCIAttrGet(const void *, ub4 trghndltyp, void *attributep, ub4 *, ub4, OCIError *)
+{
+    if (trghndltyp == OCI_HTYPE_SVCCTX)
+        *(void **)attributep = server_handle;
+    return OCI_SUCCESS;
+}
+
 SUCCEED(OCIStmtPrepare(OCIStmt *, OCIError *, const OraText *, ub4, ub4, ub4))
 SUCCEED(OCIStmtExecute(OCISvcCtx *, OCIStmt *, OCIError *, ub4, ub4, const OCISnapshot *, OCISnapshot *, ub4))
 SUCCEED(OCIStmtFetch(OCIStmt *, OCIError *, ub4, ub2, ub4))

@@ -20,11 +20,18 @@ static inline void list_init(list_t *head)
     head->prev = head;
 }
 
-/* Adds an entry at the end of the list. */
+/* Keeps the compiler from moving stores past here: a signal handler may read what they write. */
+static inline void signal_fence(void)
+{
+    __atomic_signal_fence(__ATOMIC_SEQ_CST);
+}
+
+/* Adds an entry at the end of the list. A signal handler that walks forward sees it wholly or not at all. */
 static inline void list_append(list_t *head, list_link_t *entry)
 {
     entry->next = head;
     entry->prev = head->prev;
+    signal_fence();
     head->prev->next = entry;
     head->prev = entry;
 }

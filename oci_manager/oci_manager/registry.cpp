@@ -20,43 +20,98 @@ size_t slot_count(ub4 slot_shift)
 constexpr ub4 first_slot_shift = 58;
 static_assert(1u << (64 - first_slot_shift) == OM_FIRST_INDEX_SLOTS);
 
+om_handle_t *same_key_owner(list_link_t *link)
+{
+    return list_owner(link, om_handle_t, same_key);
+}
+
+/* The link of a chain that leads to the wrapper with a key, or the null link at the chain's end. */
+om_handle_t **index_place(const hdl_hash_table_t *tblp, const void *key)
+{
+    om_handle_t **place = index_slot(tblp, key);
+    while (*place && (*place)->ora_hndlp != key)
+        place = &(*place)->index_next;
+    return place;
+}
+
+/* Changes a chain only when all that it leads to is in order: a signal handler may look meanwhile. */
+void set_place(om_handle_t **place, om_handle_t *entry)
+{
+    signal_fence();
+    *place = entry;
+}
+
 void index_insert(hdl_hash_table_t *tblp, om_handle_t *entry)
 {
     if (!entry->ora_hndlp)
         return;
-    om_handle_t **place = index_slot(tblp, entry->ora_hndlp);
-    while (*place && (*place)->order < entry->order)
-        place = &(*place)->index_next;
-    entry->index_next = *place;
-    *place = entry;
+    om_handle_t **place = index_place(tblp, entry->ora_hndlp);
+    om_handle_t *oldest = *place;
+    if (!oldest) {
+        entry->index_next = nullptr;
+        set_place(place, entry);
+        tblp->key_count++;
+    } else if (entry->order < oldest->order) {
+        list_append(&oldest->same_key, &entry->same_key);
+        entry->index_next = oldest->index_next;
+        set_place(place, entry);
+    } else {
+        // Behind the newest of the older ones, which nearly always is the newest of all.
+        list_link_t *older = oldest->same_key.prev;
+        while (same_key_owner(older)->order > entry->order)
+            older = older->prev;
+        list_append(older->next, &entry->same_key);
+    }
 }
 
 void index_remove(hdl_hash_table_t *tblp, om_handle_t *entry)
 {
     if (!entry->ora_hndlp)
         return;
-    om_handle_t **place = index_slot(tblp, entry->ora_hndlp);
-    while (*place && *place != entry)
-        place = &(*place)->index_next;
-    if (*place)
-        *place = entry->index_next;
-    entry->index_next = nullptr;
+    om_handle_t **place = index_place(tblp, entry->ora_hndlp);
+    if (*place == entry) {
+        om_handle_t *second = same_key_owner(entry->same_key.next);
+        if (second != entry) {
+            second->index_next = entry->index_next;
+            set_place(place, second);
+        } else {
+            set_place(place, entry->index_next);
+            tblp->key_count--;
+        }
+    }
+    list_remove(&entry->same_key);
+    list_init(&entry->same_key);
 }
 
-/* Keeps chains short. Without memory for more slots they only grow longer. */
+/*
+ * Keeps chains short. Without memory for more slots they only grow longer. A signal handler that comes in
+ * between finds chains that lead into others but always end, and looks on in the list.
+ */
 void index_grow(hdl_hash_table_t *tblp)
 {
     const ub4 shift = tblp->slot_shift - 1;
     om_handle_t **slots = (om_handle_t **)calloc(slot_count(shift), sizeof *slots);
     if (!slots)
         return;
-    if (tblp->slots != tblp->first_slots)
-        free(tblp->slots);
+    om_handle_t **const old_slots = tblp->slots;
+    const size_t old_count = slot_count(tblp->slot_shift);
+    tblp->is_changing = true;
+    for (size_t i = 0; i < old_count; i++) {
+        om_handle_t *next = nullptr;
+        for (om_handle_t *entry = old_slots[i]; entry; entry = next) {
+            next = entry->index_next;
+            om_handle_t **place = &slots[slot_of(entry->ora_hndlp, shift)];
+            entry->index_next = *place;
+            set_place(place, entry);
+        }
+    }
+    // The larger array first: a slot number of the smaller one is a slot of either.
     tblp->slots = slots;
+    signal_fence();
     tblp->slot_shift = shift;
-    // From the newest to the oldest, so that each lands at the front of its chain.
-    for (list_link_t *l = tblp->hash_list[0].prev; l != &tblp->hash_list[0]; l = l->prev)
-        index_insert(tblp, list_owner(l, om_handle_t, link));
+    tblp->is_changing = false;
+    if (old_slots != tblp->first_slots)
+        free(old_slots);
 }
 
 void take_out_of_table(hdl_hash_table_t *tblp, om_handle_t *entry)
@@ -87,11 +142,21 @@ void deinit_oci_manager(void) {}
 
 } // extern "C"
 
+om_handle_t *list_find(const hdl_hash_table_t *tblp, const void *key)
+{
+    for (list_link_t *l = tblp->hash_list[0].next; l != &tblp->hash_list[0]; l = l->next)
+        if (list_owner(l, om_handle_t, link)->ora_hndlp == key)
+            return list_owner(l, om_handle_t, link);
+    return nullptr;
+}
+
 void init_list_table(hdl_hash_table_t *tblp)
 {
     list_init(&tblp->hash_list[0]);
     tblp->hash_count = 0;
     tblp->last_order = 0;
+    tblp->key_count = 0;
+    tblp->is_changing = false;
     tblp->slot_shift = first_slot_shift;
     tblp->slots = tblp->first_slots;
     memset(tblp->first_slots, 0, sizeof tblp->first_slots);
@@ -102,11 +167,11 @@ void check_hash_table_type(sword type, sword entry_type)
     if (is_accepted_type(type, entry_type))
         return;
     if (entry_type == OM_ENTRY_HANDLE)
-        TRACE(OM_LOG_ASSERT, "There is no avaiable handle type : %d", type);
+        writeLog(OM_LOG_ASSERT, __FILE__, __LINE__, "There is no avaiable handle type : %d", type);
     else if (entry_type == OM_ENTRY_DESCRIPTOR)
-        TRACE(OM_LOG_ASSERT, "There is no avaiable descriptor type : %d", type);
+        writeLog(OM_LOG_ASSERT, __FILE__, __LINE__, "There is no avaiable descriptor type : %d", type);
     else
-        TRACE(OM_LOG_ASSERT, "There is no avaiable entry type : %d", entry_type);
+        writeLog(OM_LOG_ASSERT, __FILE__, __LINE__, "There is no avaiable entry type : %d", entry_type);
     STOP_AT(__LINE__, "0");
 }
 
@@ -144,7 +209,7 @@ void put_hash_table_entry(hdl_hash_table_t *tblp, om_handle_t *entry, sword type
     tblp->hash_count++;
     entry->order = ++tblp->last_order;
     index_insert(tblp, entry);
-    if (tblp->hash_count >= slot_count(tblp->slot_shift))
+    if (tblp->key_count >= slot_count(tblp->slot_shift))
         index_grow(tblp);
 
     TRACE(OM_LOG_INFO, "put_hash_table_entry: entry_type=%d, hash_table[%d], key=%p, type=%d", entry_type,
@@ -177,6 +242,7 @@ om_handle_t *new_wrapper(ub4 type, ub4 state)
     w->state = state;
     list_init(&w->sub_link);
     list_init(&w->param_link);
+    list_init(&w->same_key);
     return w;
 }
 
@@ -188,9 +254,12 @@ void set_wrapper_key(om_handle_t *whndlp, void *ora_hndlp)
         whndlp->ora_hndlp = ora_hndlp;
         return;
     }
-    index_remove(thread_table(), whndlp);
+    hdl_hash_table_t *tblp = thread_table();
+    tblp->is_changing = true;
+    index_remove(tblp, whndlp);
     whndlp->ora_hndlp = ora_hndlp;
-    index_insert(thread_table(), whndlp);
+    index_insert(tblp, whndlp);
+    tblp->is_changing = false;
 }
 
 void free_wrapper(om_handle_t *whndlp)

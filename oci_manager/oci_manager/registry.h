@@ -53,7 +53,8 @@ typedef struct om_handle_s {
     ub4 ref_count;        /**< reserved, always 0 */
 
     /* Private to the registry. */
-    struct om_handle_s *index_next; /* next wrapper in the same slot of the index */
+    struct om_handle_s *index_next; /* oldest of its key: the next one in the same slot of the index */
+    list_link_t same_key;           /* ring of the wrappers with this key, from the oldest on */
     oraub8 order;                   /* grows from wrapper to wrapper of a table; 0 outside a table */
     bool is_child;                  /* sub_link is a node of another wrapper's list */
     bool is_released;               /* freed by the program while still a child */
@@ -67,9 +68,11 @@ typedef struct hdl_hash_table_s {
     ub4 hash_count;           /**< number of wrappers in the list */
 
     /* Private to the registry. */
-    ub4 slot_shift;      /* the index has 1 << (64 - slot_shift) slots */
-    oraub8 last_order;   /* order of the newest wrapper */
-    om_handle_t **slots; /* each a chain of wrappers by growing order; null keys are in none */
+    ub4 slot_shift;            /* the index has 1 << (64 - slot_shift) slots */
+    ub4 key_count;             /* different keys in the index */
+    volatile bool is_changing; /* the index does not lead to all wrappers just now */
+    oraub8 last_order;         /* order of the newest wrapper */
+    om_handle_t **slots;       /* each a chain of the oldest wrappers of their keys; null keys are in none */
     om_handle_t *first_slots[OM_FIRST_INDEX_SLOTS];
 } hdl_hash_table_t;
 
@@ -104,11 +107,21 @@ static inline bool is_accepted_type(sword type, sword entry_type)
     return false;
 }
 
-/* The chain of the index in which a key is. Handles are aligned addresses: multiplying spreads them. */
+/* The number of a key's slot. Handles are aligned addresses: multiplying spreads them. */
+static inline oraub8 slot_of(const void *key, ub4 slot_shift)
+{
+    return (oraub8)(size_t)key * 0x9e3779b97f4a7c15u >> slot_shift;
+}
+
+/* The chain of the index in which a key is. */
 static inline om_handle_t **index_slot(const hdl_hash_table_t *tblp, const void *key)
 {
-    return &tblp->slots[(oraub8)(size_t)key * 0x9e3779b97f4a7c15u >> tblp->slot_shift];
+    return &tblp->slots[slot_of(key, tblp->slot_shift)];
 }
+
+/* The oldest wrapper with a key, found in the list: for a signal handler that interrupts a change of the
+ * index. */
+om_handle_t *list_find(const hdl_hash_table_t *tblp, const void *key);
 
 /* What get_hash_table_entry() finds under a key that is not null, without its checks and records. */
 static inline om_handle_t *index_find(const hdl_hash_table_t *tblp, const void *key)
@@ -117,7 +130,7 @@ static inline om_handle_t *index_find(const hdl_hash_table_t *tblp, const void *
     // Chains are hardly ever longer than one, and programs pass handles that exist.
     while (__builtin_expect(entry != nullptr, 1) && __builtin_expect(entry->ora_hndlp != key, 0))
         entry = entry->index_next;
-    return entry;
+    return __builtin_expect(!entry && tblp->is_changing, 0) ? list_find(tblp, key) : entry;
 }
 
 /** Makes an empty table. */
