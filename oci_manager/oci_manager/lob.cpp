@@ -9,12 +9,49 @@
 namespace
 {
 
+/* How a call stops: its name, its line, and the assertion texts and the reason that users know it by. */
+struct lob_stops {
+    const char *function;
+    int line;
+    const char *no_service_context;
+    const char *no_locator;
+    const char *no_backend;
+};
+
+#define STOPS(no_service_context, no_locator, no_backend)                                                    \
+    {                                                                                                        \
+        __func__, __LINE__, no_service_context, no_locator, no_backend                                       \
+    }
+
 /* Records a result on the error handle, or on the locator which backend served it last. */
-sword lob_reported(om_handle_t *werrhp, om_handle_t *wlocp, ub4 target, sword rc)
+inline sword lob_reported(om_handle_t *werrhp, om_handle_t *wlocp, ub4 target, sword rc)
 {
     if (rc == OCI_SUCCESS)
         wlocp->last_exec = target;
     return reported(werrhp, target, rc);
+}
+
+/* Runs the entry point of a LOB call on the backend of the service context. */
+template <class Function, class... Arguments>
+inline sword run_lob_call(Function oci_function_points_t::*entry, const lob_stops &stops, OCISvcCtx *svchp,
+                          OCIError *errhp, OCILobLocator *locp, Arguments... arguments)
+{
+    const om_handle_t *wsvchp = find_handle(svchp, OCI_HTYPE_SVCCTX);
+    if (__builtin_expect(!wsvchp, 0))
+        stop_process(stops.no_service_context, __FILE__, stops.line, stops.function);
+    om_handle_t *werrhp = find_handle_if_given(errhp, OCI_HTYPE_ERROR);
+    om_handle_t *wlocp = find_descriptor(locp, OCI_DTYPE_LOB);
+    if (__builtin_expect(!wlocp, 0))
+        stop_process(stops.no_locator, __FILE__, stops.line, stops.function);
+
+    if (check_run_for(wsvchp, OM_TARGET_ORACLE))
+        return lob_reported(werrhp, wlocp, OM_TARGET_ORACLE,
+                            (ora_func_table.funcs.*entry)(svchp, errhp, locp, arguments...));
+    if (check_run_for(wsvchp, OM_TARGET_DRAVIK))
+        return lob_reported(werrhp, wlocp, OM_TARGET_DRAVIK,
+                            (dk_func_table.funcs.*entry)(twin<OCISvcCtx>(wsvchp), twin<OCIError>(werrhp),
+                                                         twin<OCILobLocator>(wlocp), arguments...));
+    STOP_BECAUSE_IN(stops.function, stops.line, stops.line, "%s", stops.no_backend);
 }
 
 } // namespace
@@ -27,21 +64,10 @@ OM_EXPORT sword OCILobGetLength(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator
                "\n\tsvchp=%p\n\terrhp=%p\n\tlocp=%p\n\tlenp%d",
                svchp, errhp, locp, lenp ? *lenp : 0);
 
-    const om_handle_t *wsvchp = find_handle(svchp, OCI_HTYPE_SVCCTX);
-    REQUIRE(wsvchp, "wsvchp != ((void *)0)");
-    om_handle_t *werrhp = find_handle_if_given(errhp, OCI_HTYPE_ERROR);
-    om_handle_t *wlocp = find_descriptor(locp, OCI_DTYPE_LOB);
-    REQUIRE(wlocp, "wlocp != ((void *)0)");
-
-    if (check_run_for(wsvchp, OM_TARGET_ORACLE))
-        return lob_reported(werrhp, wlocp, OM_TARGET_ORACLE,
-                            ora_func_table.funcs.func_OCILobGetLength(svchp, errhp, locp, lenp));
-    if (check_run_for(wsvchp, OM_TARGET_DRAVIK))
-        return lob_reported(werrhp, wlocp, OM_TARGET_DRAVIK,
-                            dk_func_table.funcs.func_OCILobGetLength(twin<OCISvcCtx>(wsvchp),
-                                                                     twin<OCIError>(werrhp),
-                                                                     twin<OCILobLocator>(wlocp), lenp));
-    STOP_BECAUSE("There is no available svcctx handle");
+    return run_lob_call(
+        &oci_function_points_t::func_OCILobGetLength,
+        STOPS("wsvchp != ((void *)0)", "wlocp != ((void *)0)", "There is no available svcctx handle"), svchp,
+        errhp, locp, lenp);
 }
 
 OM_EXPORT sword OCILobGetLength2(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 *lenp)
@@ -50,21 +76,10 @@ OM_EXPORT sword OCILobGetLength2(OCISvcCtx *svchp, OCIError *errhp, OCILobLocato
                "\n\tsvchp=%p\n\terrhp=%p\n\tlocp=%p\n\tlenp%p",
                svchp, errhp, locp, lenp);
 
-    const om_handle_t *wsvchp = find_handle(svchp, OCI_HTYPE_SVCCTX);
-    REQUIRE(wsvchp, "wsvchp!=((void *)0)");
-    om_handle_t *werrhp = find_handle_if_given(errhp, OCI_HTYPE_ERROR);
-    om_handle_t *wlocp = find_descriptor(locp, OCI_DTYPE_LOB);
-    REQUIRE(wlocp, "wlocp!=((void *)0)");
-
-    if (check_run_for(wsvchp, OM_TARGET_ORACLE))
-        return lob_reported(werrhp, wlocp, OM_TARGET_ORACLE,
-                            ora_func_table.funcs.func_OCILobGetLength2(svchp, errhp, locp, lenp));
-    if (check_run_for(wsvchp, OM_TARGET_DRAVIK))
-        return lob_reported(werrhp, wlocp, OM_TARGET_DRAVIK,
-                            dk_func_table.funcs.func_OCILobGetLength2(twin<OCISvcCtx>(wsvchp),
-                                                                      twin<OCIError>(werrhp),
-                                                                      twin<OCILobLocator>(wlocp), lenp));
-    STOP_BECAUSE("There is no available svc handle");
+    return run_lob_call(
+        &oci_function_points_t::func_OCILobGetLength2,
+        STOPS("wsvchp!=((void *)0)", "wlocp!=((void *)0)", "There is no available svc handle"), svchp, errhp,
+        locp, lenp);
 }
 
 OM_EXPORT sword OCILobRead(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, ub4 *amtp, ub4 offset,
@@ -77,22 +92,10 @@ OM_EXPORT sword OCILobRead(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *loc
         "\n\tcbfp=%p\n\tcsid=%d\n\tcsfrm=%d",
         svchp, errhp, locp, amtp, offset, bufp, bufl, ctxp, (void *)cbfp, csid, csfrm);
 
-    const om_handle_t *wsvchp = find_handle(svchp, OCI_HTYPE_SVCCTX);
-    REQUIRE(wsvchp, "wsvchp != ((void *)0)");
-    om_handle_t *werrhp = find_handle_if_given(errhp, OCI_HTYPE_ERROR);
-    om_handle_t *wlocp = find_descriptor(locp, OCI_DTYPE_LOB);
-    REQUIRE(wlocp, "wlocp != ((void *)0)");
-
-    if (check_run_for(wsvchp, OM_TARGET_ORACLE))
-        return lob_reported(werrhp, wlocp, OM_TARGET_ORACLE,
-                            ora_func_table.funcs.func_OCILobRead(svchp, errhp, locp, amtp, offset, bufp, bufl,
-                                                                 ctxp, cbfp, csid, csfrm));
-    if (check_run_for(wsvchp, OM_TARGET_DRAVIK))
-        return lob_reported(werrhp, wlocp, OM_TARGET_DRAVIK,
-                            dk_func_table.funcs.func_OCILobRead(
-                                twin<OCISvcCtx>(wsvchp), twin<OCIError>(werrhp), twin<OCILobLocator>(wlocp),
-                                amtp, offset, bufp, bufl, ctxp, cbfp, csid, csfrm));
-    STOP_BECAUSE("There is no available function");
+    return run_lob_call(
+        &oci_function_points_t::func_OCILobRead,
+        STOPS("wsvchp != ((void *)0)", "wlocp != ((void *)0)", "There is no available function"), svchp,
+        errhp, locp, amtp, offset, bufp, bufl, ctxp, cbfp, csid, csfrm);
 }
 
 OM_EXPORT sword OCILobRead2(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 *byte_amtp,
@@ -108,23 +111,10 @@ OM_EXPORT sword OCILobRead2(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *lo
         svchp, errhp, locp, byte_amtp, char_amtp, (int)offset, bufp, (int)bufl, ctxp, (void *)cbfp, csid,
         csfrm);
 
-    const om_handle_t *wsvchp = find_handle(svchp, OCI_HTYPE_SVCCTX);
-    REQUIRE(wsvchp, "wsvchp != ((void *)0)");
-    om_handle_t *werrhp = find_handle_if_given(errhp, OCI_HTYPE_ERROR);
-    om_handle_t *wlocp = find_descriptor(locp, OCI_DTYPE_LOB);
-    REQUIRE(wlocp, "wlocp != ((void *)0)");
-
-    if (check_run_for(wsvchp, OM_TARGET_ORACLE))
-        return lob_reported(werrhp, wlocp, OM_TARGET_ORACLE,
-                            ora_func_table.funcs.func_OCILobRead2(svchp, errhp, locp, byte_amtp, char_amtp,
-                                                                  offset, bufp, bufl, piece, ctxp, cbfp, csid,
-                                                                  csfrm));
-    if (check_run_for(wsvchp, OM_TARGET_DRAVIK))
-        return lob_reported(werrhp, wlocp, OM_TARGET_DRAVIK,
-                            dk_func_table.funcs.func_OCILobRead2(
-                                twin<OCISvcCtx>(wsvchp), twin<OCIError>(werrhp), twin<OCILobLocator>(wlocp),
-                                byte_amtp, char_amtp, offset, bufp, bufl, piece, ctxp, cbfp, csid, csfrm));
-    STOP_BECAUSE("There is no available function");
+    return run_lob_call(
+        &oci_function_points_t::func_OCILobRead2,
+        STOPS("wsvchp != ((void *)0)", "wlocp != ((void *)0)", "There is no available function"), svchp,
+        errhp, locp, byte_amtp, char_amtp, offset, bufp, bufl, piece, ctxp, cbfp, csid, csfrm);
 }
 
 OM_EXPORT sword OCILobWrite(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, ub4 *amtp, ub4 offset,
@@ -138,22 +128,10 @@ OM_EXPORT sword OCILobWrite(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *lo
         "\n\tctxp=%p\n\tcbfp=%p\n\tcsid=%d\n\tcsfrm=%d",
         svchp, errhp, locp, amtp, offset, bufp, buflen, piece, ctxp, (void *)cbfp, csid, csfrm);
 
-    const om_handle_t *wsvchp = find_handle(svchp, OCI_HTYPE_SVCCTX);
-    REQUIRE(wsvchp, "wsvchp != ((void *)0)");
-    om_handle_t *werrhp = find_handle_if_given(errhp, OCI_HTYPE_ERROR);
-    om_handle_t *wlocp = find_descriptor(locp, OCI_DTYPE_LOB);
-    REQUIRE(wlocp, "wlocp != ((void *)0)");
-
-    if (check_run_for(wsvchp, OM_TARGET_ORACLE))
-        return lob_reported(werrhp, wlocp, OM_TARGET_ORACLE,
-                            ora_func_table.funcs.func_OCILobWrite(svchp, errhp, locp, amtp, offset, bufp,
-                                                                  buflen, piece, ctxp, cbfp, csid, csfrm));
-    if (check_run_for(wsvchp, OM_TARGET_DRAVIK))
-        return lob_reported(werrhp, wlocp, OM_TARGET_DRAVIK,
-                            dk_func_table.funcs.func_OCILobWrite(
-                                twin<OCISvcCtx>(wsvchp), twin<OCIError>(werrhp), twin<OCILobLocator>(wlocp),
-                                amtp, offset, bufp, buflen, piece, ctxp, cbfp, csid, csfrm));
-    STOP_BECAUSE("There is no available svc handle");
+    return run_lob_call(
+        &oci_function_points_t::func_OCILobWrite,
+        STOPS("wsvchp != ((void *)0)", "wlocp != ((void *)0)", "There is no available svc handle"), svchp,
+        errhp, locp, amtp, offset, bufp, buflen, piece, ctxp, cbfp, csid, csfrm);
 }
 
 OM_EXPORT sword OCILobWrite2(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 *byte_amtp,
@@ -169,26 +147,13 @@ OM_EXPORT sword OCILobWrite2(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *l
         svchp, errhp, locp, byte_amtp, char_amtp, (int)offset, bufp, (int)buflen, piece, ctxp, (void *)cbfp,
         csid, csfrm);
 
-    const om_handle_t *wsvchp = find_handle(svchp, OCI_HTYPE_SVCCTX);
-    REQUIRE(wsvchp, "wsvchp != ((void *)0)");
-    om_handle_t *werrhp = find_handle_if_given(errhp, OCI_HTYPE_ERROR);
-    om_handle_t *wlocp = find_descriptor(locp, OCI_DTYPE_LOB);
-    REQUIRE(wlocp, "wlocp != ((void *)0)");
-
-    if (check_run_for(wsvchp, OM_TARGET_ORACLE))
-        return lob_reported(werrhp, wlocp, OM_TARGET_ORACLE,
-                            ora_func_table.funcs.func_OCILobWrite2(svchp, errhp, locp, byte_amtp, char_amtp,
-                                                                   offset, bufp, buflen, piece, ctxp, cbfp,
-                                                                   csid, csfrm));
-    if (check_run_for(wsvchp, OM_TARGET_DRAVIK))
-        return lob_reported(werrhp, wlocp, OM_TARGET_DRAVIK,
-                            dk_func_table.funcs.func_OCILobWrite2(
-                                twin<OCISvcCtx>(wsvchp), twin<OCIError>(werrhp), twin<OCILobLocator>(wlocp),
-                                byte_amtp, char_amtp, offset, bufp, buflen, piece, ctxp, cbfp, csid, csfrm));
-    STOP_BECAUSE("There is no available svc handle");
+    return run_lob_call(
+        &oci_function_points_t::func_OCILobWrite2,
+        STOPS("wsvchp != ((void *)0)", "wlocp != ((void *)0)", "There is no available svc handle"), svchp,
+        errhp, locp, byte_amtp, char_amtp, offset, bufp, buflen, piece, ctxp, cbfp, csid, csfrm);
 }
 
-/* Assigning a locator would need both twins copied, which no backend can do for the other. */
+/* Not supported: the process stops, and no record gives a reason. */
 OM_EXPORT sword OCILobAssign(OCIEnv * /*envhp*/, OCIError * /*errhp*/, const OCILobLocator * /*src_locp*/,
                              OCILobLocator ** /*dst_locpp*/)
 {
