@@ -26,17 +26,17 @@ constexpr credential user_password = {"password", 2065, 2074, 2076};
  * long as the session lives.
  */
 sword set_credential(const credential &what, const om_handle_t *wusrhp, const void *attr, ub4 size,
-                     ub4 attr_type, const om_handle_t *werrhp)
+                     ub4 attr_type, om_handle_t *werrhp)
 {
     if (size > longest_credential)
         STOP_BECAUSE_IN("OCIAttrSet", what.too_big_line, what.too_big_line + 1, "Size is too big");
     char *text = (char *)calloc(1, (size_t)size + 1);
-    if (text)
-        utf16_2_utf8((const unsigned char *)attr, (int)size, text);
+    if (!text)
+        return end_without_text("OCIAttrSet", werrhp, OM_TARGET_DRAVIK);
+    utf16_2_utf8((const unsigned char *)attr, (int)size, text);
     TRACE_AT(OM_LOG_DEBUG, what.text_line, "User %s is %s", what.name, text);
-    const sword rc =
-        dk_func_table.funcs.func_OCIAttrSet(wusrhp->dk_hndlp, OCI_HTYPE_SESSION, text,
-                                            text ? (ub4)strlen(text) : 0, attr_type, twin<OCIError>(werrhp));
+    const sword rc = dk_func_table.funcs.func_OCIAttrSet(
+        wusrhp->dk_hndlp, OCI_HTYPE_SESSION, text, (ub4)strlen(text), attr_type, twin<OCIError>(werrhp));
     if (rc != OCI_SUCCESS)
         TRACE_RESULT_AT(OM_LOG_ERROR, what.failure_line, "The user %s setting is fail", what.name);
     return rc;
@@ -44,7 +44,7 @@ sword set_credential(const credential &what, const om_handle_t *wusrhp, const vo
 
 /* Sets an attribute in Dravik's library. Of the plain attributes of a session it takes credentials only. */
 sword set_in_dravik(const om_handle_t *whdl, ub4 hdl_type, void *value, ub4 size, ub4 attr_type,
-                    const om_handle_t *werrhp)
+                    om_handle_t *werrhp)
 {
     if (hdl_type != OCI_HTYPE_SESSION)
         return dk_func_table.funcs.func_OCIAttrSet(whdl->dk_hndlp, hdl_type, value, size, attr_type,

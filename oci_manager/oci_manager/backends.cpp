@@ -20,14 +20,85 @@ const char *const entry_point_names[] = {
 #undef OM_NAME
 };
 
+enum entry_point : size_t {
+#define OM_INDEX(name, type) index_of_##name,
+    OCI_ENTRY_POINTS(OM_INDEX)
+#undef OM_INDEX
+};
+
+/* What is said of a backend where it fails a program. */
+struct description {
+    const char *table;
+    const char *maker;
+    const char *variable;
+    const char *file;
+};
+
+constexpr description oracle_description = {"ora_func_table", "Oracle", "DKOM_ORA_LIB_PATH", "libclntsh.so"};
+constexpr description dravik_description = {"dk_func_table", "Dravik", "DKOM_DRK_LIB_PATH", "libdkoci.so"};
+
+[[noreturn]] void stop_for_missing(const description &backend, const char *name)
+{
+    char assertion[128];
+    snprintf(assertion, sizeof assertion, "%s.funcs.func_%s!=((void *)0)", backend.table, name);
+    writeLog(OM_LOG_ASSERT, __FILE__, __LINE__, "%s lacks the entry point %s", backend.file, name);
+    fprintf(stderr,
+            "libdkom.so: %s's client library %s has no %s, which the program calls: is it a version that has "
+            "it, and the right file in %s?\n",
+            backend.maker, backend.file, name, backend.variable);
+    stop_process(assertion, __FILE__, __LINE__, name);
+}
+
+/*
+ * Stands in a table for an entry point that the library lacks, so that a program that calls it learns which.
+ * Each has a function of its own, since it is called with the entry point's arguments.
+ */
+template <bool is_dravik, entry_point index> [[noreturn]] void stand_in()
+{
+    const description &backend = is_dravik ? dravik_description : oracle_description;
+    stop_for_missing(backend, entry_point_names[index]);
+}
+
+using stand_in_function = void();
+
+template <bool is_dravik>
+constexpr stand_in_function *stand_ins[] = {
+#define OM_STAND_IN(name, type) stand_in<is_dravik, index_of_##name>,
+    OCI_ENTRY_POINTS(OM_STAND_IN)
+#undef OM_STAND_IN
+};
+
 constexpr size_t path_size = 1024;
 
-/* Opens `file` in the directory that an environment variable names, or in the working directory. */
-void *open_backend(const char *variable, const char *file, char (&path)[path_size])
+/* Whether a library is this one or stands for the same: a backend path that leads back here never ends. */
+bool is_manager(void *library)
 {
-    const char *directory = getenv(variable);
-    snprintf(path, path_size, "%s/%s", directory ? directory : ".", file);
-    return dlopen(path, RTLD_LAZY);
+    Dl_info own;
+    Dl_info other;
+    void *entry = dlsym(library, "OCIEnvCreate");
+    return dlsym(library, "func_table_init_once") ||
+           (entry && dladdr(entry, &other) && dladdr((void *)&ora_func_table, &own) &&
+            own.dli_fbase == other.dli_fbase);
+}
+
+/*
+ * Opens a backend in the directory that its environment variable names, or in the working directory. Null: it
+ * cannot be opened, and the loader's reason stands on the standard error stream.
+ */
+void *open_backend(const description &backend, char (&path)[path_size])
+{
+    const char *directory = getenv(backend.variable);
+    snprintf(path, path_size, "%s/%s", directory ? directory : ".", backend.file);
+    void *library = dlopen(path, RTLD_LAZY);
+    const char *reason = library ? "it leads back to the OCI manager itself" : dlerror();
+    if (library && !is_manager(library))
+        return library;
+    fprintf(stderr,
+            "libdkom.so: cannot open %s's client library %s: %s\n"
+            "libdkom.so: %s must name the directory that holds %s (it is %s%s)\n",
+            backend.maker, path, reason ? reason : "the loader gives no reason", backend.variable,
+            backend.file, directory ? "set to " : "unset: the working directory", directory ? directory : "");
+    return nullptr;
 }
 
 } // namespace
@@ -37,8 +108,12 @@ extern "C" {
 void oci_table_load(int exec_mode, oci_function_table_t *tablep)
 {
     void *found[OCI_ENTRY_POINT_COUNT];
-    for (size_t i = 0; i < OCI_ENTRY_POINT_COUNT; i++)
+    stand_in_function *const *missing = exec_mode == OM_TARGET_DRAVIK ? stand_ins<true> : stand_ins<false>;
+    for (size_t i = 0; i < OCI_ENTRY_POINT_COUNT; i++) {
         found[i] = dlsym(tablep->oci_dl, entry_point_names[i]);
+        if (!found[i])
+            found[i] = (void *)missing[i];
+    }
     memcpy(&tablep->funcs, found, sizeof found);
 
     if (exec_mode != OM_TARGET_DRAVIK)
@@ -58,14 +133,14 @@ void func_table_initialize(void)
     memset(&dk_func_table, 0, sizeof dk_func_table);
 
     char path[path_size];
-    ora_func_table.oci_dl = open_backend("DKOM_ORA_LIB_PATH", "libclntsh.so", path);
+    ora_func_table.oci_dl = open_backend(oracle_description, path);
     if (!ora_func_table.oci_dl) {
-        TRACE(OM_LOG_ASSERT, "dlopen Oracle Fail: dl_path=%s", path);
+        writeLog(OM_LOG_ASSERT, __FILE__, __LINE__, "dlopen Oracle Fail: dl_path=%s", path);
         STOP_AT(__LINE__, "ora_func_table.oci_dl!=((void *)0)");
     }
-    dk_func_table.oci_dl = open_backend("DKOM_DRK_LIB_PATH", "libdkoci.so", path);
+    dk_func_table.oci_dl = open_backend(dravik_description, path);
     if (!dk_func_table.oci_dl) {
-        TRACE(OM_LOG_ASSERT, "dlopen Dravik lib Fail: dl_path=%s", path);
+        writeLog(OM_LOG_ASSERT, __FILE__, __LINE__, "dlopen Dravik lib Fail: dl_path=%s", path);
         STOP_AT(__LINE__, "dk_func_table.oci_dl!=((void *)0)");
     }
 

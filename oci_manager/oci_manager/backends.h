@@ -23,7 +23,7 @@
 OCI_ENTRY_POINTS(OM_POINTER_TYPE)
 #undef OM_POINTER_TYPE
 
-/** One member an entry point: func_<name>, null where the library lacks the name. */
+/** One member an entry point: func_<name>. Where the library lacks the name, it stops the process. */
 typedef struct oci_function_points_s {
 #define OM_MEMBER(name, type) type func_##name;
     OCI_ENTRY_POINTS(OM_MEMBER)
@@ -43,7 +43,8 @@ typedef struct oci_function_table_s {
 extern "C" {
 
 /**
- * Resolves every entry point of a table in its library; a name that is missing leaves a null member.
+ * Resolves every entry point of a table in its library. In place of a name that is missing stands a function
+ * that says so and stops the process.
  *
  * @param exec_mode  OM_TARGET_ORACLE or OM_TARGET_DRAVIK. With the latter the table's default handles are
  *                   made too, in Oracle's library: they serve calls that always run there. A failure to make

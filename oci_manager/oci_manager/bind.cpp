@@ -95,15 +95,17 @@ OM_EXPORT sword OCIBindByName(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, 
     TRACE_CALL(
         "OCIBindByName(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, CONST OraText *placeholder, sb4 "
         "placeh_len, dvoid *valuep, sb4 value_sz, ub2 dty, dvoid *indp, ub2 *alenp, ub2 *rcodep, ub4 "
-        "maxarr_len, ub4 *curelep, ub4 mode)\n\tstmtp=%p\n\tbindp=%p\n\terrhp=%p\n\tplaceholder=%s, "
+        "maxarr_len, ub4 *curelep, ub4 mode)\n\tstmtp=%p\n\tbindp=%p\n\terrhp=%p\n\tplaceholder=%.*s, "
         "c_sid=%s\n\tplaceh_len=%d\n\tvaluep=%p\n\tvalue_sz=%p\n\tdty=%d\n\tindp=%p\n\talenp=%p"
         "\n\trcodep=%p\n\tmaxarr_len=%d\n\tcurelep=%p\n\tmode=%d",
-        stmtp, bindp, errhp, placeholder, c_sid.text, placeh_len, valuep, (void *)(size_t)(ub4)value_sz, dty,
-        indp, alenp, rcodep, maxarr_len, curelep, mode);
+        stmtp, bindp, errhp, TRACE_TEXT(placeholder), c_sid.text, placeh_len, valuep,
+        (void *)(size_t)(ub4)value_sz, dty, indp, alenp, rcodep, maxarr_len, curelep, mode);
 
     om_handle_t *wstmtp = find_handle(stmtp, OCI_HTYPE_STMT);
     REQUIRE(wstmtp, "wstmtp != ((void *)0)");
     om_handle_t *werrhp = find_handle_if_given(errhp, OCI_HTYPE_ERROR);
+    if (cannot_serve(wstmtp, c_sid))
+        return end_without_text(__func__, werrhp, OM_TARGET_DRAVIK);
     om_handle_t *wbindp = find_handle_if_given(value_of(bindp), OCI_HTYPE_BIND);
     const bool is_new_handle = !wbindp;
     if (is_new_handle) {
@@ -115,13 +117,13 @@ OM_EXPORT sword OCIBindByName(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, 
     sword dk_rc = OM_NOT_CALLED;
     if (check_run_for(wstmtp, OM_TARGET_ORACLE)) {
         TRACE(OM_LOG_INFO, "Do OCIBindByName for Oracle");
-        TRACE(OM_LOG_INFO, "before bindp=%p, valuep=%s", value_of(bindp), (const char *)valuep);
+        TRACE(OM_LOG_INFO, "before bindp=%p, valuep=%.*s", value_of(bindp), TRACE_TEXT(valuep));
         rc = ora_func_table.funcs.func_OCIBindByName(stmtp, bindp, errhp, placeholder, placeh_len, valuep,
                                                      value_sz, dty, indp, alenp, rcodep, maxarr_len, curelep,
                                                      mode);
         wbindp->last_exec = OM_TARGET_ORACLE;
         set_wrapper_key(wbindp, value_of(bindp));
-        TRACE_RESULT(OM_LOG_INFO, "after bindp=%p, valuep=%s", value_of(bindp), (const char *)valuep);
+        TRACE_RESULT(OM_LOG_INFO, "after bindp=%p, valuep=%.*s", value_of(bindp), TRACE_TEXT(valuep));
         if (is_failure(rc)) {
             TRACE(OM_LOG_ERROR, "Fail to bind at oracle");
             if (is_new_handle)
@@ -132,11 +134,11 @@ OM_EXPORT sword OCIBindByName(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, 
     }
     if (check_run_for(wstmtp, OM_TARGET_DRAVIK)) {
         TRACE(OM_LOG_INFO, "Do OCIBindByName for DRAVIK");
-        TRACE(OM_LOG_INFO, "before bindp=%p, valuep=%s", value_of(bindp), (const char *)valuep);
+        TRACE(OM_LOG_INFO, "before bindp=%p, valuep=%.*s", value_of(bindp), TRACE_TEXT(valuep));
         dk_rc = dk_func_table.funcs.func_OCIBindByName(
             twin<OCIStmt>(wstmtp), twin_variable<OCIBind>(wbindp), twin<OCIError>(werrhp), c_sid.oci_text(),
             (sb4)c_sid.length, valuep, value_sz, dty, indp, alenp, rcodep, maxarr_len, curelep, mode);
-        TRACE_RESULT(OM_LOG_INFO, "after bindp=%p, valuep=%s", value_of(bindp), (const char *)valuep);
+        TRACE_RESULT(OM_LOG_INFO, "after bindp=%p, valuep=%.*s", value_of(bindp), TRACE_TEXT(valuep));
         TRACE(OM_LOG_INFO, "END FUNC - OCIBindByName()\n\treturn rc=%d, dk_rc=%d", rc, dk_rc);
         if (!is_failure(dk_rc)) {
             wbindp->last_exec |= OM_TARGET_DRAVIK;

@@ -30,6 +30,14 @@ narrowed_text::narrowed_text(const OraText *source, oraub8 source_length)
     length = text ? (ub4)strlen(text) : 0;
 }
 
+sword end_without_text(const char *function, om_handle_t *werrhp, ub4 target)
+{
+    writeLog(OM_LOG_ASSERT, __FILE__, __LINE__,
+             "%s ends with OCI_ERROR: no memory for the text to give to Dravik", function);
+    record_error(werrhp, target);
+    return OCI_ERROR;
+}
+
 void error_probe::read(const oci_function_table_t &backend, OCIError *errhp)
 {
     buffers = (char *)calloc(2, error_buffer_size);

@@ -170,6 +170,18 @@ private:
 };
 
 /*
+ * Whether a call could not be carried out on Dravik for want of its text. Dravik must not be given another:
+ * no link at all, for one, is the link of its local database.
+ */
+static inline bool cannot_serve(const om_handle_t *whndlp, const narrowed_text &text)
+{
+    return __builtin_expect(!text.text, 0) && (whndlp->last_exec & OM_TARGET_DRAVIK);
+}
+
+/* The result of such a call. The program is led to ask the given backend for its error record. */
+sword end_without_text(const char *function, om_handle_t *werrhp, ub4 target);
+
+/*
  * The first error record of a handle, read for the trace only. The texts are "" when nothing was read. No
  * SQL state is asked for: traces show it as "(null)".
  */

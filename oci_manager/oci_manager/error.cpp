@@ -55,10 +55,10 @@ OM_EXPORT sword OCIErrorGet(void *hndlp, ub4 recordno, OraText *sqlstate, sb4 *e
     if (!trace_enabled(level))
         return rc;
     // Oracle's text may be wide: it is shown narrowed too. Dravik's is not.
-    const narrowed_text c_sid(target == OM_TARGET_ORACLE ? bufp : nullptr, bufsiz);
+    const narrowed_text c_sid(target == OM_TARGET_ORACLE ? bufp : nullptr, readable_bytes(bufp, bufsiz));
     TRACE(level,
-          "END FUNC - OCIErrorGet()\n\treturn rc=%d\n\tsqlstate=%s\n\terrcodep=%d\n\tbufp=%s, c_sid=%s", rc,
-          sqlstate, (int)(size_t)errcodep, bufp, c_sid.text);
+          "END FUNC - OCIErrorGet()\n\treturn rc=%d\n\tsqlstate=%.*s\n\terrcodep=%d\n\tbufp=%.*s, c_sid=%s",
+          rc, TRACE_TEXT(sqlstate), (int)(size_t)errcodep, TRACE_TEXT(bufp), c_sid.text);
     return rc;
 }
 

@@ -5,20 +5,21 @@
 #include "dispatch.h"
 
 /*
- * Hands a number or date call on. Its diagnostics go to the default error handle: the program's own may
- * belong to a thread or an environment that Oracle's library knows nothing of. Before any environment exists
- * there is neither, and the call answers OCI_INVALID_HANDLE, for which no program asks for an error record.
+ * Hands a number or date call on with the library's default error handle, which is Oracle's, in place of the
+ * program's: any handle will do for the call, a null one or one of another thread too, and OCIErrorGet learns
+ * nothing of a failure. Before any environment exists the backends are not loaded, which the empty table
+ * tells, and the call answers OCI_INVALID_HANDLE.
  */
 #define FORWARD(function, ...)                                                                               \
     do {                                                                                                     \
         TRACE_ENTRY();                                                                                       \
-        OCIError *dflt_errhp = dk_func_table.dflt_errhp;                                                     \
-        if (__builtin_expect(!dflt_errhp, 0))                                                                \
+        const auto forwarded = ora_func_table.funcs.func_##function;                                         \
+        if (__builtin_expect(!forwarded, 0))                                                                 \
             return OCI_INVALID_HANDLE;                                                                       \
-        return ora_func_table.funcs.func_##function(dflt_errhp, __VA_ARGS__);                                \
+        return forwarded(dk_func_table.dflt_errhp, __VA_ARGS__);                                             \
     } while (0)
 
-/* Data that one backend loads past SQL would be unknown to the other. */
+/* Direct path loading is not supported: every call of it stops the process. */
 #define REFUSE(...)                                                                                          \
     do {                                                                                                     \
         TRACE_CALL(__VA_ARGS__);                                                                             \
@@ -31,11 +32,12 @@ extern "C" {
 OM_EXPORT sword OCINlsGetInfo(void *envhp, OCIError *errhp, OraText *buf, size_t buflen, ub2 item)
 {
     TRACE_CALL("OCINlsGetInfo(dvoid *envhp, OCIError *errhp, OraText *buf, size_t buflen, ub2 item)"
-               "\n\tenvhp=%p\n\terrhp=%p\n\tbuf=%s\n\tbuflen=%ld\n\titem=%d",
-               envhp, errhp, buf, (long)buflen, item);
-    if (__builtin_expect(!ora_func_table.oci_dl, 0))
+               "\n\tenvhp=%p\n\terrhp=%p\n\tbuf=%.*s\n\tbuflen=%ld\n\titem=%d",
+               envhp, errhp, TRACE_TEXT(buf), (long)buflen, item);
+    const auto forwarded = ora_func_table.funcs.func_OCINlsGetInfo;
+    if (__builtin_expect(!forwarded, 0))
         return OCI_INVALID_HANDLE;
-    return ora_func_table.funcs.func_OCINlsGetInfo(envhp, errhp, buf, buflen, item);
+    return forwarded(envhp, errhp, buf, buflen, item);
 }
 
 OM_EXPORT sword OCINumberFromInt(OCIError * /*err*/, const void *inum, uword inum_length, uword inum_s_flag,

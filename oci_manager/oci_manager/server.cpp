@@ -34,9 +34,9 @@ OM_EXPORT sword OCIServerAttach(OCIServer *srvhp, OCIError *errhp, const OraText
     const narrowed_text c_sid(dblink, (oraub8)(orasb8)dblink_len);
     TRACE_CALL(
         "OCIServerAttach(OCIServer *srvhp, OCIError *errhp, CONST OraText *dblink, sb4 dblink_len, ub4 "
-        "mode)\n\tsrvhp=%p\n\terrhp=%p\n\tdblink=%s, c_sid=%s\n\tdblink_len=%d, c_sid_len=%d\n\tmode=%d",
-        srvhp, errhp, dblink ? (const char *)dblink : "NULL", c_sid.text ? c_sid.text : "NULL", dblink_len,
-        c_sid.length, mode);
+        "mode)\n\tsrvhp=%p\n\terrhp=%p\n\tdblink=%.*s, c_sid=%s\n\tdblink_len=%d, c_sid_len=%d\n\tmode=%d",
+        srvhp, errhp, TRACE_TEXT(dblink ? (const char *)dblink : "NULL"), c_sid.text ? c_sid.text : "NULL",
+        dblink_len, c_sid.length, mode);
 
     om_handle_t *whdlp = find_handle(srvhp, OCI_HTYPE_SERVER);
     REQUIRE(whdlp, "whdlp!=((void *)0)");
@@ -54,6 +54,9 @@ OM_EXPORT sword OCIServerAttach(OCIServer *srvhp, OCIError *errhp, const OraText
         trace_refresh();
     }
 
+    if (cannot_serve(whdlp, c_sid))
+        return end_without_text(__func__, werrhp,
+                                whdlp->last_exec & OM_TARGET_ORACLE ? OM_TARGET_ORACLE : OM_TARGET_DRAVIK);
     if (check_run_for(whdlp, OM_TARGET_DRAVIK)) {
         whdlp->last_exec = OM_TARGET_DRAVIK;
         if (!whdlp->dk_hndlp)

@@ -12,13 +12,16 @@ OM_EXPORT sword OCIStmtPrepare(OCIStmt *stmtp, OCIError *errhp, const OraText *s
     const narrowed_text c_sid(stmt, stmt_len);
     TRACE_CALL("OCIStmtPrepare(OCIStmt *stmtp, OCIError *errhp, CONST OraText *stmt, ub4 stmt_len, ub4 "
                "language, ub4 mode)"
-               "\n\tstmtp=%p\n\terrhp=%p\n\tstmt=%s, c_sid=%s\n\tstmt_len=%d\n\tlanguage=%d\n\tmode=%d",
-               stmtp, errhp, stmt, c_sid.text, stmt_len, language, mode);
+               "\n\tstmtp=%p\n\terrhp=%p\n\tstmt=%.*s, c_sid=%s\n\tstmt_len=%d\n\tlanguage=%d\n\tmode=%d",
+               stmtp, errhp, TRACE_TEXT(stmt), c_sid.text, stmt_len, language, mode);
 
     om_handle_t *wstmtp = find_handle(stmtp, OCI_HTYPE_STMT);
     REQUIRE_AT(1508, wstmtp, "wstmtp != ((void *)0)");
     om_handle_t *werrhp = find_handle(errhp, OCI_HTYPE_ERROR);
     REQUIRE_AT(1510, werrhp, "werrhp != ((void *)0)");
+
+    if (!c_sid.text)
+        return end_without_text(__func__, werrhp, OM_TARGET_DRAVIK);
 
     // Which server will run the statement is not known yet.
     wstmtp->last_exec = OM_TARGET_BOTH;
@@ -56,9 +59,9 @@ OM_EXPORT sword OCIStmtPrepare2(OCISvcCtx *svchp, OCIStmt **stmtp, OCIError *err
     TRACE_CALL(
         "sword OCIStmtPrepare2(OCISvcCtx *svchp, OCIStmt **stmtp, OCIError *errhp, const OraText *stmt, "
         "ub4 stmt_len, const OraText *key, ub4 key_len, ub4 language, ub4 mode)"
-        "\n\tsvchp=%p\n\tstmtp=%p\n\terrhp=%p\n\tstmt=%s\n\tstmt_len=%d\n\tkey=%s\n\tkey_len=%d"
+        "\n\tsvchp=%p\n\tstmtp=%p\n\terrhp=%p\n\tstmt=%.*s\n\tstmt_len=%d\n\tkey=%.*s\n\tkey_len=%d"
         "\n\tlanguage=%d\n\tmode=%d",
-        svchp, stmtp, errhp, stmt, stmt_len, key, key_len, language, mode);
+        svchp, stmtp, errhp, TRACE_TEXT(stmt), stmt_len, TRACE_TEXT(key), key_len, language, mode);
 
     const om_handle_t *wsvchp = find_handle(svchp, OCI_HTYPE_SVCCTX);
     REQUIRE_AT(1608, wsvchp, "wsvchp!=((void *)0)");

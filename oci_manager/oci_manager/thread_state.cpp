@@ -4,7 +4,7 @@
 
 #include "trace.h"
 
-__thread om_thread_t om_thread = {OM_DEFAULT_LEVEL, 0, nullptr, 0, {0}, {0}, {0}};
+__thread om_thread_t om_thread = {OM_DEFAULT_LEVEL, 0, nullptr, 0, {0}, {0}, {0}, 0, 0};
 
 om_thread_t *this_thread(void)
 {

@@ -20,6 +20,8 @@ typedef struct om_thread_s {
     alignas(16) char cLogRoot[1024];       /* directory of the log file */
     alignas(16) char cLogFileName[128];    /* its name, with the process id of the first record */
     char cLogDate[10];                     /* middle component of its path; empty unless a program fills it */
+    unsigned long zone_known;              /* minute and offset of local time that were found last */
+    unsigned long zone_name_hash;          /* of the value of TZ that they were found for */
 } om_thread_t;
 
 /* Named for the assembler as well; hidden, so that it is reached without asking the dynamic symbol table. */

@@ -1,7 +1,6 @@
 #include "trace.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -9,11 +8,14 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "raw_io.h"
+#include "zone.h"
+
 namespace
 {
 
 constexpr unsigned int level_lifetime = 60; // seconds
-constexpr size_t message_size = 8000;       // with the terminating zero
+constexpr size_t message_size = OM_LONGEST_MESSAGE + 1;
 constexpr size_t suffix_size = 1024;
 constexpr size_t record_size = 10240; // prefix, decoration, message and suffix always fit
 
@@ -64,17 +66,15 @@ char *append_number(char *to, long value, int width)
 char *append_time(char *to)
 {
     timeval now;
-    tm local;
     gettimeofday(&now, nullptr);
-    localtime_r(&now.tv_sec, &local);
+    const civil_time local = civil_time_of(now.tv_sec + local_offset(now.tv_sec));
     const struct {
         char before;
         int value;
         int width;
     } fields[] = {
-        {'[', local.tm_year + 1900, 4}, {'-', local.tm_mon + 1, 2}, {'-', local.tm_mday, 2},
-        {' ', local.tm_hour, 2},        {':', local.tm_min, 2},     {':', local.tm_sec, 2},
-        {':', (int)now.tv_usec, 1},
+        {'[', local.year, 4},   {'-', local.month, 2},  {'-', local.day, 2},        {' ', local.hour, 2},
+        {':', local.minute, 2}, {':', local.second, 2}, {':', (int)now.tv_usec, 1},
     };
     for (const auto &field : fields) {
         *to++ = field.before;
@@ -107,11 +107,11 @@ void append_to_file(const char *record, size_t length)
     char path[1024];
     if (snprintf(path, sizeof path, "%s/%s/%s", thread->cLogRoot, thread->cLogDate, thread->cLogFileName) < 0)
         return;
-    const int fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    const int fd = raw_open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
     if (fd < 0)
         return;
     while (length > 0) {
-        const ssize_t written = write(fd, record, length);
+        const ssize_t written = raw_write(fd, record, length);
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)
@@ -119,7 +119,7 @@ void append_to_file(const char *record, size_t length)
         record += written;
         length -= (size_t)written;
     }
-    close(fd);
+    raw_close(fd);
 }
 
 } // namespace
@@ -164,8 +164,9 @@ void trace_reread_level(unsigned int now)
         initLog();
     if (thread->lStandardSec >= now)
         return;
+    const int saved_errno = errno;
     const char *level = getenv("DKOM_LOG_LEVEL");
     thread->LOG_LVL = level ? (int)strtol(level, nullptr, 10) : OM_DEFAULT_LEVEL;
     thread->lStandardSec = now + level_lifetime;
-    tzset(); // localtime_r does not look at TZ by itself
+    errno = saved_errno;
 }

@@ -7,6 +7,7 @@
 
 #include <time.h>
 
+#include "readable.h"
 #include "thread_state.h"
 
 /* Record levels. A record is written when its level is at most LOG_LVL. */
@@ -46,7 +47,8 @@ OM_EXPORT void initLog(void);
  * @param format    printf format of the message, which is cut to 7999 bytes
  *
  * A record above LOG_LVL is dropped. A file that cannot be opened drops the record silently: a trace never
- * changes the outcome of a call. errno is preserved.
+ * changes the outcome of a call. errno is preserved. Safe in signal handlers and forked children: nothing is
+ * locked, allocated or shared, and the calling thread is not cancelled in here.
  */
 OM_EXPORT void writeLog(int lvl, const char *filename, int line, const char *format, ...)
     __attribute__((format(printf, 4, 5)));
@@ -74,6 +76,16 @@ static inline void trace_refresh(void)
 {
     trace_refresh_of(this_thread());
 }
+
+/* Longest message of a record, in bytes. */
+#define OM_LONGEST_MESSAGE 7999
+
+/*
+ * A text of the program for the conversion %.*s: what of it can be read up to its zero byte. A null text is
+ * printed as "(null)", for which the conversion asks for room.
+ */
+#define TRACE_TEXT(text)                                                                                     \
+    (int)((text) ? readable_text((text), OM_LONGEST_MESSAGE) : sizeof "(null)" - 1), (const char *)(text)
 
 /*
  * Trace sites. A site whose level is off costs one comparison; its arguments are not evaluated.

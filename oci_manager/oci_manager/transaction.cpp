@@ -45,7 +45,7 @@ OM_EXPORT sword OCITransRollback(OCISvcCtx *svchp, OCIError *errhp, ub4 flags)
     STOP_BECAUSE("There is no available svc handle");
 }
 
-/* Dravik starts its transactions by itself: starting one explicitly is for connections to Oracle. */
+/* For connections to Oracle only. */
 OM_EXPORT sword OCITransStart(OCISvcCtx *svchp, OCIError *errhp, uword timeout, ub4 flags)
 {
     TRACE_CALL("OCITransStart(OCISvcCtx *svchp, OCIError *errhp, uword timeout, ub4 flags)"
@@ -66,8 +66,8 @@ OM_EXPORT sword OCITransStart(OCISvcCtx *svchp, OCIError *errhp, uword timeout, 
 OM_EXPORT sword OCIServerVersion(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1 hndltype)
 {
     TRACE_CALL("OCIServerVersion(dvoid *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1 hndltype)"
-               "\n\thndlp=%p\n\terrhp=%p\n\tbufp=%s\n\tbufsz=%d\n\thndltype=%d",
-               hndlp, errhp, bufp, bufsz, hndltype);
+               "\n\thndlp=%p\n\terrhp=%p\n\tbufp=%.*s\n\tbufsz=%d\n\thndltype=%d",
+               hndlp, errhp, TRACE_TEXT(bufp), bufsz, hndltype);
 
     const om_handle_t *whndlp = find_handle(hndlp, OCI_HTYPE_SVCCTX);
     REQUIRE(whndlp, "whndlp != ((void *)0)");
@@ -75,7 +75,10 @@ OM_EXPORT sword OCIServerVersion(void *hndlp, OCIError *errhp, OraText *bufp, ub
     return ora_func_table.funcs.func_OCIServerVersion(hndlp, errhp, bufp, bufsz, hndltype);
 }
 
-/* The error handle may be in use by the call that is broken off, so Dravik is given none. */
+/*
+ * Programs call this from signal handlers: nothing in its way locks or takes memory, at any trace level.
+ * Dravik is given no error handle, and no report is recorded.
+ */
 OM_EXPORT sword OCIBreak(void *hndlp, OCIError *errhp)
 {
     TRACE_CALL("sword OCIBreak (dvoid *hndlp, OCIError *errhp)\n\thndlp=%p\n\terrhp=%p", hndlp, errhp);

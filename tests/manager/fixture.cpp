@@ -415,7 +415,7 @@ void expect_stop(const stop &expected, const char *file, int line)
                                (assertion_line != 0 ? std::to_string(assertion_line) : "[0-9]+") + ": ";
     GTEST_FLAG_SET(death_test_style, expected.in_new_process ? "threadsafe" : "fast");
     EXPECT_EXIT(expected.call(), testing::KilledBySignal(SIGABRT),
-                testing::AllOf(testing::ContainsRegex(source),
+                testing::AllOf(testing::ContainsRegex(source), testing::HasSubstr(expected.says),
                                testing::HasSubstr(": " + expected.function + ": Assertion `" +
                                                   expected.assertion + "' failed.")));
     GTEST_FLAG_SET(death_test_style, "fast");

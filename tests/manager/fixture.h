@@ -243,6 +243,8 @@ struct stop {
     /* Up to this level the whole trace is known: these records, then the reason. */
     int level = OM_LOG_ASSERT;
     records_t before = {};
+    /* What else stands on the standard error stream. */
+    std::string says = {};
 };
 
 /* Runs a call in a child process and checks how it ends and what it leaves in the trace. */
