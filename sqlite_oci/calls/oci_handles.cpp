@@ -1,5 +1,5 @@
 // Allocation and release of handles and descriptors.
-#include "connections/session.h"
+#include "connections/pool.h"
 #include "handles/call.h"
 #include "lobs/lob.h"
 #include "statements/describe.h"
@@ -42,6 +42,10 @@ std::unique_ptr<object> make_object(environment &env, ub4 kind)
         return make<server>(env);
     case OCI_HTYPE_SESSION:
         return make<session>(env);
+    case OCI_HTYPE_CPOOL:
+        return make<connection_pool>(env);
+    case OCI_HTYPE_SPOOL:
+        return make<session_pool>(env);
     case OCI_HTYPE_TRANS:
         return make<transaction>(env);
     case OCI_HTYPE_DESCRIBE:

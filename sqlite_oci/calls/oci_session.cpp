@@ -1,5 +1,5 @@
 // Servers, sessions, transactions and breaks.
-#include "connections/session.h"
+#include "connections/pool.h"
 #include "handles/call.h"
 
 #include <sqlite3.h>
@@ -36,72 +36,6 @@ template <class Action> sword on_connection(OCISvcCtx *svchp, OCIError *errhp, A
     });
 }
 
-// Frees the handles of a session that OCILogon began.
-struct logon_handles {
-    environment &env;
-    service_context *context;
-    session *user;
-    server *on;
-
-    ~logon_handles()
-    {
-        env.release(context);
-        env.release(user);
-        env.release(on);
-    }
-};
-
-// All that a program connects with in one step; what has been made is freed when a later step fails.
-struct logon {
-    environment &env;
-    server &on = *env.adopt(std::make_unique<server>(&env), OCI_HTYPE_SERVER);
-    session &user = *env.adopt(std::make_unique<session>(&env), OCI_HTYPE_SESSION);
-    service_context &context = *env.adopt(std::make_unique<service_context>(&env), OCI_HTYPE_SVCCTX);
-    bool completed = false;
-
-    explicit logon(environment &owner) : env(owner) {}
-    logon(const logon &) = delete;
-    ~logon()
-    {
-        if (!completed)
-            release();
-    }
-
-    void release()
-    {
-        env.release(&context);
-        env.release(&user);
-        env.release(&on);
-    }
-};
-
-sword log_on(OCIEnv *envhp, OCIError *errhp, OCISvcCtx **svchp, std::string_view user,
-             std::string_view password, std::string_view link)
-{
-    return served(errhp, [&](call_errors) {
-        auto &env = required<environment>(envhp);
-        if (!svchp)
-            throw invalid_handle{};
-        logon made(env);
-        made.on.attach(env.text_in(link.data(), link.size()));
-        made.user.user_name = env.text_in(user.data(), user.size());
-        made.user.password = env.text_in(password.data(), password.size());
-        const bool is_external = made.user.user_name.empty() && made.user.password.empty();
-        made.user.begin(made.on, is_external ? OCI_CRED_EXT : OCI_CRED_RDBMS);
-        made.context.on_server = weak_handle(&made.on);
-        made.context.in_session = weak_handle(&made.user);
-        made.context.made_by_logon = true;
-        made.completed = true;
-        *svchp = static_cast<OCISvcCtx *>(made.context.handle);
-        return OCI_SUCCESS;
-    });
-}
-
-std::string_view view(const OraText *text, ub4 length)
-{
-    return text ? std::string_view(reinterpret_cast<const char *>(text), length) : std::string_view();
-}
-
 // The session's or server's environment, after a check that it can answer at all.
 environment &connected_environment(void *handle, ub1 kind)
 {
@@ -129,12 +63,14 @@ sword server_version(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1
 
 extern "C" {
 
+// With OCI_CPOOL, the link is the name of a connection pool.
 SQLITE_OCI_EXPORT sword OCIServerAttach(OCIServer *srvhp, OCIError *errhp, const OraText *dblink,
-                                        sb4 dblink_len, ub4)
+                                        sb4 dblink_len, ub4 mode)
 {
     return served(errhp, [&](call_errors) {
         auto &target = required<server>(srvhp);
-        target.attach(target.env->text_in(dblink, byte_count(dblink_len)));
+        const std::string link = target.env->text_in(dblink, byte_count(dblink_len));
+        target.attach(mode & OCI_CPOOL ? link_of_pool(*target.env, link) : link);
         return OCI_SUCCESS;
     });
 }
@@ -168,37 +104,6 @@ SQLITE_OCI_EXPORT sword OCISessionEnd(OCISvcCtx *svchp, OCIError *errhp, OCISess
         if (!user || !user->open)
             fail(1012, "not logged on: the session has not begun");
         user->end();
-        return OCI_SUCCESS;
-    });
-}
-
-SQLITE_OCI_EXPORT sword OCILogon(OCIEnv *envhp, OCIError *errhp, OCISvcCtx **svchp, const OraText *username,
-                                 ub4 uname_len, const OraText *password, ub4 passwd_len,
-                                 const OraText *dbname, ub4 dbname_len)
-{
-    return log_on(envhp, errhp, svchp, view(username, uname_len), view(password, passwd_len),
-                  view(dbname, dbname_len));
-}
-
-SQLITE_OCI_EXPORT sword OCILogon2(OCIEnv *envhp, OCIError *errhp, OCISvcCtx **svchp, const OraText *username,
-                                  ub4 uname_len, const OraText *password, ub4 passwd_len,
-                                  const OraText *dbname, ub4 dbname_len, ub4)
-{
-    return log_on(envhp, errhp, svchp, view(username, uname_len), view(password, passwd_len),
-                  view(dbname, dbname_len));
-}
-
-SQLITE_OCI_EXPORT sword OCILogoff(OCISvcCtx *svchp, OCIError *errhp)
-{
-    return served(errhp, [&](call_errors) {
-        auto &context = required<service_context>(svchp);
-        session *user = context.in_session.get();
-        server *on = context.on_server.get();
-        if (!context.made_by_logon)
-            fail(24303, "OCILogoff ends only what OCILogon began");
-        const logon_handles ended{*context.env, &context, user, on}; // freed also when the commit fails
-        if (user && user->open)
-            user->end();
         return OCI_SUCCESS;
     });
 }

@@ -77,28 +77,40 @@ SQLITE_OCI_EXPORT sword OCIStmtPrepare(OCIStmt *stmtp, OCIError *errhp, const Or
     });
 }
 
+// Statements are not kept compiled from one handle to the next; what a tag stands for is remembered.
 SQLITE_OCI_EXPORT sword OCIStmtPrepare2(OCISvcCtx *svchp, OCIStmt **stmtp, OCIError *errhp,
-                                        const OraText *stmt, ub4 stmt_len, const OraText *, ub4, ub4, ub4)
+                                        const OraText *stmt, ub4 stmt_len, const OraText *key, ub4 key_len,
+                                        ub4, ub4 mode)
 {
     return served(errhp, [&](call_errors) {
-        environment &env = *required<service_context>(svchp).env;
+        auto &context = required<service_context>(svchp);
+        environment &env = *context.env;
         if (!stmtp)
             throw invalid_handle{};
+        const auto tagged = context.tagged_statements.find(env.text_in(key, key_len));
+        const bool is_known = key_len && tagged != context.tagged_statements.end();
+        if (!is_known && (!stmt || mode & OCI_PREP2_CACHE_SEARCHONLY))
+            fail(24431, "no statement has this tag");
         auto made = std::make_unique<statement>(&env);
-        made->prepare(env.text_in(stmt, stmt_len));
+        made->prepare(is_known ? tagged->second : env.text_in(stmt, stmt_len));
         made->made_by_prepare2 = true;
+        made->prepared_on = weak_handle(&context);
         *stmtp = static_cast<OCIStmt *>(env.adopt(std::move(made), OCI_HTYPE_STMT)->handle);
         return OCI_SUCCESS;
     });
 }
 
-SQLITE_OCI_EXPORT sword OCIStmtRelease(OCIStmt *stmtp, OCIError *errhp, const OraText *, ub4, ub4)
+SQLITE_OCI_EXPORT sword OCIStmtRelease(OCIStmt *stmtp, OCIError *errhp, const OraText *key, ub4 key_len,
+                                       ub4 mode)
 {
     return served(errhp, [&](call_errors) {
         auto &released = required<statement>(stmtp);
         if (!released.made_by_prepare2)
             fail(24301,
                  "OCIStmtRelease is for statements of OCIStmtPrepare2; free this one with OCIHandleFree");
+        service_context *const context = released.prepared_on.get();
+        if (context && key && key_len && !(mode & OCI_STRLS_CACHE_DELETE))
+            context->tagged_statements[released.env->text_in(key, key_len)] = released.text.original;
         released.env->release(&released);
         return OCI_SUCCESS;
     });

@@ -22,7 +22,7 @@
     X(OCICacheFree) X(OCICacheGetObjects) X(OCICacheRefresh) X(OCICacheRegister) X(OCICacheUnmark) \
     X(OCICacheUnpin) X(OCICharSetToUnicode) X(OCICollAppend) X(OCICollAssign) X(OCICollAssignElem) \
     X(OCICollGetElem) X(OCICollGetElemArray) X(OCICollIsLocator) X(OCICollSize) X(OCICollTrim) \
-    X(OCIConnectionPoolCreate) X(OCIConnectionPoolDestroy) X(OCIContextClearValue) X(OCIContextGenerateKey) \
+    X(OCIContextClearValue) X(OCIContextGenerateKey) \
     X(OCIContextGetValue) X(OCIContextSetValue) X(OCIDBShutdown) X(OCIDBStartup) X(OCIDOMFree) \
     X(OCIDefineObject) X(OCIDirPathAbort) X(OCIDirPathColArrayEntryGet) X(OCIDirPathColArrayEntrySet) \
     X(OCIDirPathColArrayReset) X(OCIDirPathColArrayRowGet) X(OCIDirPathColArrayToStream) \
@@ -53,7 +53,7 @@
     X(OCIObjectNotAlwaysLatest) X(OCIObjectPin) X(OCIObjectPinCountReset) X(OCIObjectPinTable) \
     X(OCIObjectRefresh) X(OCIObjectSetAttr) X(OCIObjectSetData) X(OCIObjectUnmark) X(OCIObjectUnmarkByRef) \
     X(OCIObjectUnpin) X(OCIPStreamClose) X(OCIPStreamFromXMLType) X(OCIPStreamRead) X(OCIParamSet) \
-    X(OCIPasswordChange) X(OCIPicklerFdoFree) X(OCIPicklerFdoInit) X(OCIPicklerImageAddNullScalar) \
+    X(OCIPicklerFdoFree) X(OCIPicklerFdoInit) X(OCIPicklerImageAddNullScalar) \
     X(OCIPicklerImageAddScalar) X(OCIPicklerImageCollAddScalar) X(OCIPicklerImageCollBegin) \
     X(OCIPicklerImageCollBeginScan) X(OCIPicklerImageCollEnd) X(OCIPicklerImageCollGetScalar) \
     X(OCIPicklerImageCollGetScalarSize) X(OCIPicklerImageFree) X(OCIPicklerImageGenerate) \
@@ -62,7 +62,7 @@
     X(OCIPicklerTdsCreateElementNumber) X(OCIPicklerTdsCreateElementRaw) \
     X(OCIPicklerTdsCreateElementVarchar) X(OCIPicklerTdsCtxFree) X(OCIPicklerTdsCtxInit) \
     X(OCIPicklerTdsFree) X(OCIPicklerTdsGenerate) X(OCIPicklerTdsGetAttr) X(OCIPicklerTdsInit) \
-    X(OCIRefAssign) X(OCIRefFromHex) X(OCIRefToHex) X(OCIResultSetToStmt) X(OCIRowidToChar) \
+    X(OCIRefAssign) X(OCIRefFromHex) X(OCIRefToHex) X(OCIResultSetToStmt) \
     X(OCISecurityAbortIdentity) X(OCISecurityClosePersona) X(OCISecurityCloseWallet) \
     X(OCISecurityCreateIdentity) X(OCISecurityCreatePersona) X(OCISecurityCreateWallet) \
     X(OCISecurityDeEnvelope) X(OCISecurityDecrypt) X(OCISecurityDestroyWallet) X(OCISecurityEncrypt) \
@@ -76,9 +76,9 @@
     X(OCISecuritySetProtection) X(OCISecuritySign) X(OCISecuritySignDetExpansion) \
     X(OCISecuritySignDetached) X(OCISecuritySignExpansion) X(OCISecurityStorePersona) \
     X(OCISecurityStoreTrustedIdentity) X(OCISecurityTerminate) X(OCISecurityValidate) X(OCISecurityVerify) \
-    X(OCISecurityVerifyDetached) X(OCISecurity_PKEncrypt) X(OCISessionGet) X(OCISessionPoolCreate) \
-    X(OCISessionPoolDestroy) X(OCISessionRelease) X(OCISharedLibInit) X(OCIStmtBindByName) \
-    X(OCIStmtBindByPos) X(OCIStmtGetBindInfo) \
+    X(OCISecurityVerifyDetached) X(OCISecurity_PKEncrypt) \
+    X(OCISharedLibInit) X(OCIStmtBindByName) \
+    X(OCIStmtBindByPos) \
     X(OCISubscriptionDisable) X(OCISubscriptionEnable) X(OCISubscriptionPost) X(OCISubscriptionRegister) \
     X(OCISubscriptionUnRegister) X(OCISvcCtxToLda) X(OCITableDelete) X(OCITableExists) X(OCITableFirst) \
     X(OCITableLast) X(OCITableNext) X(OCITablePrev) X(OCITableSize) X(OCITransDetach) X(OCITransForget) \

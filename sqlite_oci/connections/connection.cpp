@@ -41,6 +41,12 @@ connection::connection(const std::string &path, const std::string &user_name) : 
         sqlite3_busy_handler(db_, wait_for_lock, this);
         sqlite3_db_config(db_, SQLITE_DBCONFIG_ENABLE_FKEY, 1, nullptr);
         add_sql_functions(db_, user);
+        sqlite3_update_hook(
+            db_,
+            [](void *self, int, const char *, const char *, sqlite3_int64 row) {
+                static_cast<connection *>(self)->changed_row_ = row;
+            },
+            this);
         sqlite3_progress_handler(db_, steps_between_looks, is_to_stop, this);
         execute("PRAGMA schema_version"); // reads the file: one that is no database is told here
         // Readers then see what was committed when they began, and neither wait for writers nor stop them. A

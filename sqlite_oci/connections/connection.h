@@ -7,6 +7,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include <sqlite3.h>
@@ -74,6 +75,10 @@ public:
     // What is selected for update and changed through locators; null while there is nothing. See lobs_of().
     std::unique_ptr<transaction_part> lobs;
 
+    // The row that was changed last since forget_changed_row().
+    const std::optional<std::int64_t> &changed_row() const { return changed_row_; }
+    void forget_changed_row() { changed_row_.reset(); }
+
     // --- These need no lock.
 
     // Lets the call in progress, if any, end with ORA-01013.
@@ -88,6 +93,7 @@ public:
     const std::string user;
 
 private:
+    std::optional<std::int64_t> changed_row_;
     static int wait_for_lock(void *self, int attempts);
     static int is_to_stop(void *self);
     int run(const char *sql);

@@ -5,6 +5,7 @@
 #include "handles/environment.h"
 
 #include <atomic>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -24,7 +25,8 @@ struct server final : object {
 
     std::string path; // empty while not attached
     std::string link;
-    std::string external_name, internal_name;
+    std::string external_name, internal_name, group;
+    OCIFocbkStruct failover{}; // kept for programs that ask
 
     void add(const std::shared_ptr<connection> &open);
 
@@ -48,6 +50,8 @@ struct session final : object {
     void end();
 
     std::string user_name, password;
+    std::map<ub4, std::string> remarks; // by attribute: what a server shows its administrator
+    ub4 purity = OCI_ATTR_PURITY_DEFAULT;
     std::shared_ptr<connection> open;               // from begin() to end()
     std::atomic<interrupt_point *> breaks{nullptr}; // of the open connection, for signal handlers
 };
@@ -74,7 +78,11 @@ struct service_context final : object {
     weak_handle<server> on_server;
     weak_handle<session> in_session;
     weak_handle<transaction> of_transaction;
-    bool made_by_logon = false; // OCILogoff frees the server and the session, too
+    ub4 statement_cache_size = 0; // kept for programs that ask
+    bool made_by_logon = false;   // OCILogoff frees the server and the session, too
+    void *from_pool = nullptr;    // the handle of the session pool that lent the session
+    std::string pool_tag;         // of the session from the pool
+    std::map<std::string, std::string> tagged_statements; // texts, by what OCIStmtRelease tagged them with
 };
 
 } // namespace sqlite_oci

@@ -97,6 +97,7 @@ void statement::forget_execution()
 {
     row_count = rows_fetched = batch_error_count = column_count = current_row = 0;
     is_executed = is_described = false;
+    changed_row_.reset();
     rows_.clear();
     columns_.clear();
     forget_too_many_parameters();
@@ -241,8 +242,11 @@ void statement::change_row(connection &on, std::size_t row)
 {
     const run_end end{compiled_.get()};
     bind_row(compiled_.get(), row);
+    on.forget_changed_row();
     while (step(on, compiled_.get()) == SQLITE_ROW)
         continue; // rows of RETURNING have no place to go
+    if (on.changed_row())
+        changed_row_ = on.changed_row();
     row_count += static_cast<ub4>(sqlite3_changes64(on.db()));
 }
 

@@ -27,6 +27,9 @@ public:
     // Adds the row that the query stands on.
     void append(sqlite3_stmt *query) { rows_.push_back(sqlite3_column_int64(query, row_column_)); }
 
+    // The identity of a row of the result; 0 of one that is not known.
+    sqlite3_int64 identity(std::size_t row) const { return row < rows_.size() ? rows_[row] : 0; }
+
     // Makes the locator stand for the row's column itself, where that is known and still locked.
     void lock(lob_locator &locator, std::size_t row, std::size_t column) const;
 

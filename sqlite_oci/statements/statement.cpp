@@ -73,6 +73,14 @@ void statement::forget_variables()
     defined_.clear();
 }
 
+std::string statement::row_identity() const
+{
+    if (changed_row_)
+        return std::to_string(*changed_row_);
+    const sqlite3_int64 locked = current_row ? locked_.identity(current_row - 1) : 0;
+    return locked ? std::to_string(locked) : std::string();
+}
+
 bind &statement::bind_position(bind *known, ub4 position)
 {
     if (position == 0 || position > bound_.size())

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace sqlite_oci
@@ -72,6 +73,10 @@ struct variable : object {
     // Whether values pass between calls, piece by piece.
     virtual bool is_in_pieces() const = 0;
     given_piece given;
+
+    // Kept for programs that ask.
+    sb4 most_data = 0, most_characters = 0;
+    ub4 lob_prefetch_size = 0;
 
 private:
     virtual void find_conversion() = 0;
@@ -222,6 +227,10 @@ struct statement final : object, parameter_owner {
     // execution.
     const column_descriptions &columns();
 
+    // OCI_ATTR_ROWID: the row that was changed last or, of a query FOR UPDATE, fetched last; empty for
+    // others.
+    std::string row_identity() const;
+
     // OCI_ATTR_STMT_STATE: 1 prepared, 2 executed, 3 all rows fetched.
     ub4 state() const
     {
@@ -233,11 +242,12 @@ struct statement final : object, parameter_owner {
     sql_text text;
     bool is_prepared = false;
     bool made_by_prepare2 = false;
-    ub2 error_offset = 0;      // OCI_ATTR_PARSE_ERROR_OFFSET
-    ub4 row_count = 0;         // OCI_ATTR_ROW_COUNT
-    ub4 rows_fetched = 0;      // OCI_ATTR_ROWS_FETCHED
-    ub4 batch_error_count = 0; // OCI_ATTR_NUM_DML_ERRORS
-    ub4 prefetch_rows = 1;     // all rows are here after execution: kept for programs that ask
+    weak_handle<service_context> prepared_on; // by OCIStmtPrepare2
+    ub2 error_offset = 0;                     // OCI_ATTR_PARSE_ERROR_OFFSET
+    ub4 row_count = 0;                        // OCI_ATTR_ROW_COUNT
+    ub4 rows_fetched = 0;                     // OCI_ATTR_ROWS_FETCHED
+    ub4 batch_error_count = 0;                // OCI_ATTR_NUM_DML_ERRORS
+    ub4 prefetch_rows = 1;                    // all rows are here after execution: kept for programs that ask
     ub4 prefetch_memory = 0;
     ub4 column_count = 0;
     ub4 current_row = 0; // of all rows, from 1: the last one fetched
@@ -285,6 +295,7 @@ private:
     compiled_statement locking_;
     locked_rows locked_;
     bool is_scrollable_ = false;
+    std::optional<std::int64_t> changed_row_; // the last one
 
     // All that have live handles; those of texts that this handle was prepared with before stay for programs
     // that bind with them again.

@@ -43,17 +43,14 @@ TEST(library, both_export_every_entry_point_and_know_only_their_own_handles)
 TEST(library, what_is_not_served_says_so)
 {
     const client made;
-    const auto change_password = [](OCIError *errors) {
-        return OCIPasswordChange(nullptr, errors, nullptr, 0, nullptr, 0, nullptr, 0, OCI_DEFAULT);
-    };
-    EXPECT_TRUE(made.fails(change_password(made.errors), 3001));
-    EXPECT_NE(made.message().find("OCIPasswordChange"), std::string::npos);
-    EXPECT_EQ(change_password(nullptr), OCI_ERROR);
-    EXPECT_EQ(change_password(reinterpret_cast<OCIError *>(made.env)), OCI_INVALID_HANDLE);
+    const auto prepare = [](OCIError *errors) { return OCITransPrepare(nullptr, errors, OCI_DEFAULT); };
+    EXPECT_TRUE(made.fails(prepare(made.errors), 3001));
+    EXPECT_NE(made.message().find("OCITransPrepare"), std::string::npos);
+    EXPECT_EQ(prepare(nullptr), OCI_ERROR);
+    EXPECT_EQ(prepare(reinterpret_cast<OCIError *>(made.env)), OCI_INVALID_HANDLE);
     EXPECT_EQ(OCIFormatString(nullptr, made.errors, nullptr, 0, nullptr, nullptr, 1, 2, 3), OCI_ERROR);
     EXPECT_EQ(OCIWideCharIsAlnum(nullptr, 'a'), 0);
     EXPECT_EQ(OCIMessageGet(nullptr, 1, nullptr, 0), nullptr);
-    OCIThreadProcessInit();
 }
 
 // Runs `work` in four threads at once, with their numbers.
