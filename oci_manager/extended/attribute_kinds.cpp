@@ -1,5 +1,7 @@
 #include "attribute_kinds.h"
 
+#include <utility>
+
 namespace
 {
 
@@ -11,7 +13,7 @@ constexpr attribute_value_kind handle_value(ub1 type)
     return {attribute_kind::handle, type};
 }
 
-attribute_value_kind of_service(ub4 attr_type)
+constexpr attribute_value_kind of_service(ub4 attr_type)
 {
     switch (attr_type) {
     case OCI_ATTR_SERVER:
@@ -25,7 +27,7 @@ attribute_value_kind of_service(ub4 attr_type)
     }
 }
 
-attribute_value_kind of_session(ub4 attr_type)
+constexpr attribute_value_kind of_session(ub4 attr_type)
 {
     switch (attr_type) {
     case OCI_ATTR_USERNAME:
@@ -49,7 +51,7 @@ attribute_value_kind of_session(ub4 attr_type)
     }
 }
 
-attribute_value_kind of_server(ub4 attr_type)
+constexpr attribute_value_kind of_server(ub4 attr_type)
 {
     switch (attr_type) {
     case OCI_ATTR_FOCBK:
@@ -68,7 +70,7 @@ attribute_value_kind of_server(ub4 attr_type)
     }
 }
 
-attribute_value_kind of_statement(ub4 attr_type)
+constexpr attribute_value_kind of_statement(ub4 attr_type)
 {
     switch (attr_type) {
     case OCI_ATTR_ROWID:
@@ -82,7 +84,7 @@ attribute_value_kind of_statement(ub4 attr_type)
     }
 }
 
-attribute_value_kind of_parameter(ub4 attr_type)
+constexpr attribute_value_kind of_parameter(ub4 attr_type)
 {
     switch (attr_type) {
     case OCI_ATTR_PARAM:
@@ -110,7 +112,7 @@ attribute_value_kind of_parameter(ub4 attr_type)
     }
 }
 
-attribute_value_kind of_subscription(ub4 attr_type)
+constexpr attribute_value_kind of_subscription(ub4 attr_type)
 {
     switch (attr_type) {
     case OCI_ATTR_SUBSCR_CALLBACK:
@@ -126,7 +128,7 @@ attribute_value_kind of_subscription(ub4 attr_type)
     }
 }
 
-attribute_value_kind of_message(ub4 attr_type)
+constexpr attribute_value_kind of_message(ub4 attr_type)
 {
     switch (attr_type) {
     case OCI_ATTR_RECIPIENT_LIST:
@@ -141,9 +143,7 @@ attribute_value_kind of_message(ub4 attr_type)
     }
 }
 
-} // namespace
-
-attribute_value_kind omx_attribute_kind_of(ub4 hdl_type, ub4 attr_type)
+constexpr attribute_value_kind kind_of(ub4 hdl_type, ub4 attr_type)
 {
     switch (hdl_type) {
     case OCI_HTYPE_ENV:
@@ -181,4 +181,30 @@ attribute_value_kind omx_attribute_kind_of(ub4 hdl_type, ub4 attr_type)
     default:
         return plain_value;
     }
+}
+
+/* The bits of one type. A constant of its own, since compilers limit the steps that one may take. */
+template <ub4 Type>
+constexpr omx_attribute_row special_attributes_of = [] {
+    omx_attribute_row row = {};
+    for (ub4 attribute = 0; attribute < omx_attribute_numbers; attribute++)
+        if (kind_of(Type, attribute).kind != attribute_kind::plain)
+            row.bits[attribute / 8] |= (ub1)(1U << attribute % 8);
+    return row;
+}();
+
+template <ub4... Types>
+constexpr omx_attribute_bits find_special_attributes(std::integer_sequence<ub4, Types...>)
+{
+    return {{special_attributes_of<Types>...}};
+}
+
+} // namespace
+
+extern constexpr omx_attribute_bits omx_special_attributes =
+    find_special_attributes(std::make_integer_sequence<ub4, omx_attribute_types>());
+
+attribute_value_kind omx_attribute_kind_of(ub4 hdl_type, ub4 attr_type)
+{
+    return kind_of(hdl_type, attr_type);
 }

@@ -27,4 +27,22 @@ struct attribute_value_kind {
 
 attribute_value_kind omx_attribute_kind_of(ub4 hdl_type, ub4 attr_type);
 
+/* Attributes that are not plain, a bit each. */
+constexpr ub4 omx_attribute_types = 82;
+constexpr ub4 omx_attribute_numbers = 512;
+struct omx_attribute_row {
+    ub1 bits[omx_attribute_numbers / 8];
+};
+struct omx_attribute_bits {
+    omx_attribute_row of_type[omx_attribute_types];
+};
+extern const omx_attribute_bits omx_special_attributes __attribute__((visibility("hidden")));
+
+/* Whether a value is handed on as it is: most are. */
+static inline bool omx_is_plain_attribute(ub4 hdl_type, ub4 attr_type)
+{
+    return hdl_type >= omx_attribute_types || attr_type >= omx_attribute_numbers ||
+           !(omx_special_attributes.of_type[hdl_type].bits[attr_type / 8] >> attr_type % 8 & 1);
+}
+
 #endif

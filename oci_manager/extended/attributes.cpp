@@ -250,6 +250,20 @@ sword get_special(omx_handle *h, unsigned int backend, ub4 type, void *attribute
     }
 }
 
+/* Gets an attribute that is more than a value of a fixed size. */
+__attribute__((noinline)) sword get_special_attribute(omx_handle *h, unsigned int backend, ub4 type,
+                                                      void *attributep, ub4 *sizep, ub4 attrtype,
+                                                      omx_handle *errh)
+{
+    const attribute_value_kind kind = omx_attribute_kind_of(type, attrtype);
+    const bool is_own_text =
+        kind.kind == attribute_kind::text && (backend == omx_oracle || !omx_environment_of(h)->is_utf16);
+    const sword rc = is_own_text ? omx_calls.OCIAttrGet[backend](h->backend[backend], type, attributep, sizep,
+                                                                 attrtype, omx_own<OCIError>(errh, backend))
+                                 : get_special(h, backend, type, attributep, sizep, attrtype, errh, kind);
+    return errh && errh->reported == omx_report_manager && rc == OCI_ERROR ? rc : omx_done(errh, backend, rc);
+}
+
 } // namespace
 
 namespace written
@@ -308,16 +322,11 @@ sword OCIAttrGet(const void *trgthndlp, ub4 trghndltyp, void *attributep, ub4 *s
         return OCI_INVALID_HANDLE;
     const unsigned int backend = h->run;
     OMX_NEED(OCIAttrGet, backend, errh);
-    const attribute_value_kind kind = omx_attribute_kind_of(trghndltyp, attrtype);
-    const bool handed_on =
-        kind.kind == attribute_kind::plain ||
-        (kind.kind == attribute_kind::text && (backend == omx_oracle || !omx_environment_of(h)->is_utf16));
-    if (__builtin_expect(handed_on, 1))
-        return omx_done(errh, backend,
-                        omx_calls.OCIAttrGet[backend](h->backend[backend], trghndltyp, attributep, sizep,
-                                                      attrtype, omx_own<OCIError>(errh, backend)));
-    const sword rc = get_special(h, backend, trghndltyp, attributep, sizep, attrtype, errh, kind);
-    return errh && errh->reported == omx_report_manager && rc == OCI_ERROR ? rc : omx_done(errh, backend, rc);
+    if (__builtin_expect(!omx_is_plain_attribute(trghndltyp, attrtype), 0))
+        return get_special_attribute(h, backend, trghndltyp, attributep, sizep, attrtype, errh);
+    return omx_done(errh, backend,
+                    omx_calls.OCIAttrGet[backend](h->backend[backend], trghndltyp, attributep, sizep,
+                                                  attrtype, omx_own<OCIError>(errh, backend)));
 }
 
 } // namespace written

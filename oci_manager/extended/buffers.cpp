@@ -126,33 +126,6 @@ void take(omx_variable *v, ub1 backend, ub4 first, ub4 count)
 
 } // namespace
 
-ub1 omx_buffer_family(ub2 dty)
-{
-    switch (dty) {
-    case SQLT_CLOB:
-    case SQLT_BLOB:
-    case SQLT_BFILE:
-    case SQLT_CFILE:
-        return OCI_DTYPE_LOB;
-    case SQLT_RDD:
-        return OCI_DTYPE_ROWID;
-    case SQLT_DATE:
-    case SQLT_TIME:
-    case SQLT_TIME_TZ:
-    case SQLT_TIMESTAMP:
-    case SQLT_TIMESTAMP_TZ:
-    case SQLT_TIMESTAMP_LTZ:
-        return OCI_DTYPE_DATE;
-    case SQLT_INTERVAL_YM:
-    case SQLT_INTERVAL_DS:
-        return OCI_DTYPE_INTERVAL_YM;
-    case SQLT_RSET:
-        return OCI_HTYPE_STMT;
-    default:
-        return 0;
-    }
-}
-
 bool omx_make_room(omx_variable *v, ub4 count)
 {
     if (count <= v->room && v->own[omx_oracle] && v->own[omx_dravik])

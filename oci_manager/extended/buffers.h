@@ -17,6 +17,7 @@ struct omx_variable {
     uint64_t key;       /* what it is for: a position, or the hash of a name */
     omx_handle *handle; /* the bind or define */
     ub1 family; /* of the descriptors in the buffer; 0: it holds plain values, and what follows is unused */
+    bool is_plain;      /* a plain value that OCIBindByPos may bind again as it is */
     bool by_name;
     bool has_skips;
     ub2 dty;
@@ -45,7 +46,32 @@ struct omx_variable {
 };
 
 /* The family of the descriptors that buffers of an external data type hold; 0: none. */
-ub1 omx_buffer_family(ub2 dty);
+constexpr ub1 omx_buffer_family(ub2 dty)
+{
+    switch (dty) {
+    case SQLT_CLOB:
+    case SQLT_BLOB:
+    case SQLT_BFILE:
+    case SQLT_CFILE:
+        return OCI_DTYPE_LOB;
+    case SQLT_RDD:
+        return OCI_DTYPE_ROWID;
+    case SQLT_DATE:
+    case SQLT_TIME:
+    case SQLT_TIME_TZ:
+    case SQLT_TIMESTAMP:
+    case SQLT_TIMESTAMP_TZ:
+    case SQLT_TIMESTAMP_LTZ:
+        return OCI_DTYPE_DATE;
+    case SQLT_INTERVAL_YM:
+    case SQLT_INTERVAL_DS:
+        return OCI_DTYPE_INTERVAL_YM;
+    case SQLT_RSET:
+        return OCI_HTYPE_STMT;
+    default:
+        return 0;
+    }
+}
 
 /* The variable of a bind or define. */
 static inline omx_variable *omx_variable_of(const omx_handle *h)

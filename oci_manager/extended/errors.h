@@ -49,7 +49,7 @@ void omx_add_reason(omx_handle *errh, unsigned int backend, sword rc);
 const omx_error_record *omx_record(const omx_handle *errh, ub4 number);
 
 /* Who has the records: a backend. */
-static inline void omx_reported(omx_handle *errh, unsigned int backend)
+static inline void omx_reported(omx_handle *errh, size_t backend)
 {
     if (errh)
         errh->reported = (ub1)(backend + omx_report_oracle);

@@ -4,7 +4,7 @@ namespace omx
 {
 
 sword refuse(const char *name, const refused_argument *arguments, int count, int principal, int error,
-             ub1 backend, bool has_entry_point)
+             unsigned int backend, bool has_entry_point)
 {
     omx_handle *errh = nullptr;
     if (error != no_parameter && arguments[error].pointer)

@@ -184,7 +184,7 @@ template <class A> OMX_INLINE const void *pointer_of(A argument)
 
 /* Finds out why a call cannot be made, and says so on its error handle. */
 sword refuse(const char *name, const refused_argument *arguments, int count, int principal, int error,
-             ub1 backend, bool has_entry_point);
+             unsigned int backend, bool has_entry_point);
 
 /* ---- calls ---- */
 
@@ -197,15 +197,15 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
 
     static_assert(!(is_handle_variable<A>() || ...), "a variable of handles needs a call written by hand");
 
-    __attribute__((cold, noinline)) static R refused(const char *name, const function *entry, ub1 backend,
-                                                     A... arguments)
+    __attribute__((cold, noinline)) static R refused(const char *name, const function *entry,
+                                                     unsigned int backend, A... arguments)
     {
         return refused_with(indexes(), name, entry, backend, arguments...);
     }
 
     template <size_t... I>
-    static R refused_with(std::index_sequence<I...>, const char *name, const function *entry, ub1 backend,
-                          A... arguments)
+    static R refused_with(std::index_sequence<I...>, const char *name, const function *entry,
+                          unsigned int backend, A... arguments)
     {
         const refused_argument all[] = {{pointer_of(arguments), info::family((int)I)}..., {nullptr, 0}};
         [[maybe_unused]] const sword rc =
@@ -223,7 +223,7 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
      * has none for it, or its value is the other backend's.
      */
     template <int I, class Argument>
-    OMX_INLINE bool take(omx_handle *principal, Argument argument, ub1 backend, void **given)
+    OMX_INLINE bool take(omx_handle *principal, Argument argument, unsigned int backend, void **given)
     {
         constexpr ub1 family = info::family(I);
         if constexpr (family == 0) {
@@ -257,8 +257,8 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
 
     /* Calls one backend with its own handles. */
     template <size_t... I>
-    OMX_INLINE R call(std::index_sequence<I...>, const char *name, const function *entry, ub1 backend,
-                      [[maybe_unused]] omx_handle *principal, A... arguments)
+    OMX_INLINE R call(std::index_sequence<I...>, const char *name, const function *entry,
+                      unsigned int backend, [[maybe_unused]] omx_handle *principal, A... arguments)
     {
         [[maybe_unused]] void *given[info::count + 1];
         const bool taken = (... && take<(int)I>(principal, arguments, backend, &given[I]));
@@ -268,11 +268,18 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
         if constexpr (std::is_void_v<R>) {
             target(given_or_own(arguments, given[I], info::family((int)I) != 0)...);
         } else {
+            // Handles are aligned, so both fit into one register for the time of the call. The compiler is
+            // kept from taking them apart again, which would cost two.
+            [[maybe_unused]] size_t reporter = backend;
+            if constexpr (info::error != no_parameter) {
+                reporter |= (size_t)handle_at<info::error>(arguments...);
+                asm("" : "+r"(reporter));
+            }
             const R rc = target(given_or_own(arguments, given[I], info::family((int)I) != 0)...);
             if constexpr (info::error != no_parameter) {
                 // Results other than codes do not say whether there is an error to read.
                 if (!std::is_same_v<R, sword> || __builtin_expect(rc != (R)OCI_SUCCESS, 0))
-                    omx_reported(handle_at<info::error>(arguments...), backend);
+                    omx_reported((omx_handle *)(reporter & ~(size_t)1), reporter & 1);
             }
             if constexpr (info::on_connection)
                 (bind_to<(int)I>(arguments, backend), ...);
@@ -281,14 +288,15 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
     }
 
     /* What a call on a connection worked with belongs to that connection's backend from then on. */
-    template <int I, class Argument> OMX_INLINE void bind_to([[maybe_unused]] Argument argument, ub1 backend)
+    template <int I, class Argument>
+    OMX_INLINE void bind_to([[maybe_unused]] Argument argument, unsigned int backend)
     {
         if constexpr (info::family(I) != 0 && I != info::principal && !info::is_error(I) &&
                       !info::constant(I) && info::family(I) != OCI_HTYPE_ENV) {
             if (!argument)
                 return;
             omx_handle *h = (omx_handle *)argument;
-            omx_follow(h, backend);
+            omx_follow(h, (ub1)backend);
             if constexpr (info::is_value(I))
                 h->current = omx_bit(backend);
         }
@@ -327,14 +335,14 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
     }
 
     /* One success is a success: what the other backend refuses is not needed as long as it is not used. */
-    static R run_everywhere(const char *name, const function *entry, ub1 backends, omx_handle *principal,
-                            A... arguments)
+    static R run_everywhere(const char *name, const function *entry, unsigned int backends,
+                            omx_handle *principal, A... arguments)
     {
         if (backends == omx_none)
             return call(indexes(), name, entry, principal->run, principal, arguments...);
         R result{};
         bool done = false;
-        for (ub1 backend = 0; backend < omx_backend_count; backend++) {
+        for (unsigned int backend = 0; backend < omx_backend_count; backend++) {
             if (!(backends & omx_bit(backend)))
                 continue;
             const R rc = call(indexes(), name, entry, backend, principal, arguments...);
@@ -354,7 +362,7 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
         if constexpr (info::made != no_parameter)
             use.made = find_family(handle_at<info::made>(arguments...), info::family(info::made));
         const bool constructs = info::made != no_parameter && !use.reads;
-        const ub1 backend = omx_backend_for(&use);
+        const unsigned int backend = omx_backend_for(&use);
         // Values that lie in different databases are brought together where they can be.
         (gather_value<(int)I>(arguments, backend), ...);
         if (constructs && !is_clock(name)) {
@@ -378,7 +386,7 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
     }
 
     template <int I, class Argument>
-    OMX_INLINE void gather_value([[maybe_unused]] Argument argument, [[maybe_unused]] ub1 backend)
+    OMX_INLINE void gather_value([[maybe_unused]] Argument argument, [[maybe_unused]] unsigned int backend)
     {
         if constexpr (info::is_value(I) && I != info::made)
             if (omx_handle *h = omx_find(argument, info::family(I)))

@@ -10,13 +10,16 @@ omx_region omx_handles;
 namespace
 {
 
-/* Address space for handles: what is not in use costs nothing. Less is asked for where that is refused. */
+/*
+ * Address space for handles: what is not in use costs nothing, not even a promise of memory, as long as it
+ * can only be read. Less is asked for where that is refused.
+ */
 constexpr size_t largest_reservation = (size_t)1 << 32;
 constexpr size_t smallest_reservation = (size_t)1 << 24;
-/* Handles are made accessible in steps of this many. */
+/* Places are made writable in steps of this many. */
 constexpr size_t step = 4096;
 
-size_t reserved; // handles
+size_t writable; // places
 size_t used;     // places that were handed out at least once
 
 /* Freed places: the low half is the number of the last one freed, from 1, the high half counts the changes.
@@ -56,18 +59,18 @@ void give_back(omx_handle *h)
         !__atomic_compare_exchange_n(&free_head, &head, after, true, __ATOMIC_RELEASE, __ATOMIC_RELAXED));
 }
 
-/* Makes the region accessible up to a place. Threads that do so at once do the same thing. */
-bool make_accessible(size_t index)
+/* Makes the region writable up to a place. Threads that do so at once do the same thing. */
+bool make_writable(size_t index)
 {
-    size_t count = __atomic_load_n(&omx_handles.count, __ATOMIC_ACQUIRE);
+    size_t count = __atomic_load_n(&writable, __ATOMIC_ACQUIRE);
     if (index < count)
         return true;
     const size_t wanted = (index / step + 1) * step;
     const size_t size = (wanted - count) * sizeof(omx_handle);
     if (mprotect(omx_handles.base + count * sizeof(omx_handle), size, PROT_READ | PROT_WRITE) != 0)
         return false;
-    while (count < wanted && !__atomic_compare_exchange_n(&omx_handles.count, &count, wanted, true,
-                                                          __ATOMIC_RELEASE, __ATOMIC_RELAXED))
+    while (count < wanted &&
+           !__atomic_compare_exchange_n(&writable, &count, wanted, true, __ATOMIC_RELEASE, __ATOMIC_RELAXED))
         ;
     return true;
 }
@@ -76,7 +79,7 @@ omx_handle *take_new(void)
 {
     size_t index = __atomic_load_n(&used, __ATOMIC_RELAXED);
     do {
-        if (index >= reserved || !make_accessible(index))
+        if (index >= omx_handles.count || !make_writable(index))
             return nullptr;
     } while (
         !__atomic_compare_exchange_n(&used, &index, index + 1, true, __ATOMIC_RELAXED, __ATOMIC_RELAXED));
@@ -88,11 +91,11 @@ omx_handle *take_new(void)
 bool omx_reserve_handles(void)
 {
     for (size_t size = largest_reservation; size >= smallest_reservation; size /= 2) {
-        void *memory = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        void *memory = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         if (memory == MAP_FAILED)
             continue;
         omx_handles.base = (char *)memory;
-        reserved = size / sizeof(omx_handle);
+        omx_handles.count = size / sizeof(omx_handle);
         return true;
     }
     return false;

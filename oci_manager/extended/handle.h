@@ -61,7 +61,7 @@ static_assert(sizeof(omx_handle) == 64);
 
 struct omx_region {
     char *base;   /* the first handle */
-    size_t count; /* handles whose memory is accessible; only grows */
+    size_t count; /* places for handles: all can be read, those never used are zero */
 };
 extern omx_region omx_handles __attribute__((visibility("hidden")));
 
@@ -94,14 +94,13 @@ static inline bool omx_is_descriptor_type(ub4 type)
 }
 
 /*
- * Whether a pointer is the address of a place for a handle in accessible memory. Turning the low bits to the
- * top makes one comparison of alignment and bounds; null is far beyond them.
+ * Whether a pointer is the address of a place for a handle. Turning the low bits to the top makes one
+ * comparison of alignment and bounds; null is far beyond them.
  */
 OMX_INLINE bool omx_is_place(const void *pointer)
 {
     const size_t offset = (size_t)pointer - (size_t)omx_handles.base;
-    return __builtin_expect(
-        (offset >> 6 | offset << 58) < __atomic_load_n(&omx_handles.count, __ATOMIC_RELAXED), 1);
+    return __builtin_expect((offset >> 6 | offset << 58) < omx_handles.count, 1);
 }
 
 /* The live handle of a family that a pointer is; null if it is none. */
@@ -110,7 +109,7 @@ OMX_INLINE omx_handle *omx_find(const void *pointer, ub1 family)
     if (!omx_is_place(pointer))
         return nullptr;
     omx_handle *h = (omx_handle *)pointer;
-    if (__builtin_expect(__atomic_load_n(&h->tag, __ATOMIC_RELAXED) != (omx_mark | family), 0))
+    if (__builtin_expect(h->tag != (omx_mark | family), 0))
         return nullptr;
     return h;
 }
@@ -121,15 +120,18 @@ OMX_INLINE omx_handle *omx_find_any(const void *pointer)
     if (!omx_is_place(pointer))
         return nullptr;
     omx_handle *h = (omx_handle *)pointer;
-    if (__builtin_expect((__atomic_load_n(&h->tag, __ATOMIC_RELAXED) & omx_mark_bits) != omx_mark, 0))
+    if (__builtin_expect((h->tag & omx_mark_bits) != omx_mark, 0))
         return nullptr;
     return h;
 }
 
 /* The same where the program says the type; null too if the handle is of another family. */
-static inline omx_handle *omx_find_typed(const void *pointer, ub4 type)
+OMX_INLINE omx_handle *omx_find_typed(const void *pointer, ub4 type)
 {
-    return omx_find(pointer, omx_family(type));
+    omx_handle *h = omx_find_any(pointer);
+    if (!h || __builtin_expect(h->type != type && (ub1)h->tag != omx_family(type), 0))
+        return nullptr;
+    return h;
 }
 
 /** Reserves the region. Called once, before the first handle; false if there is no address space left. */

@@ -10,11 +10,11 @@ namespace
 
 /* A backend's handles for calls on values. */
 struct host {
-    ub1 backend;
+    unsigned int backend;
     OCIEnv *env;
     OCIError *err;
 
-    host(const omx_handle *h, ub1 b) : backend(b), env(omx_own<OCIEnv>(h->env, b)), err(nullptr)
+    host(const omx_handle *h, unsigned int b) : backend(b), env(omx_own<OCIEnv>(h->env, b)), err(nullptr)
     {
         if (env && omx_calls.OCIHandleAlloc[b])
             omx_calls.OCIHandleAlloc[b](env, (void **)&err, OCI_HTYPE_ERROR, 0, nullptr);
@@ -91,7 +91,7 @@ bool move_day_second(const omx_handle *h, const host &from, const host &to)
 
 } // namespace
 
-void omx_move_value(omx_handle *h, ub1 backend)
+void omx_move_value(omx_handle *h, unsigned int backend)
 {
     const ub1 family = omx_family(h->type);
     if (!h->current || (h->current & omx_bit(backend)) || !h->backend[backend] ||

@@ -36,6 +36,6 @@ static inline ub1 omx_backend_for(const omx_value_use *use)
  * Makes a date or an interval current in a backend, if it is not, by reading its fields where it is. What
  * cannot be moved, such as a LOB, stays as it is.
  */
-void omx_move_value(omx_handle *h, ub1 backend);
+void omx_move_value(omx_handle *h, unsigned int backend);
 
 #endif

@@ -49,12 +49,9 @@ size_t name_length(const omx_handle *stmth, const OraText *name, sb4 given)
                                                : strlen((const char *)name);
 }
 
-/* The bind or define of a statement for a place, or a new one; null when memory is out. */
-omx_handle *variable_for(omx_handle *stmth, ub1 type, uint64_t key, const void *known)
+__attribute__((noinline)) omx_handle *find_or_make_variable(omx_handle *stmth, ub1 type, uint64_t key)
 {
-    omx_handle *h = omx_find(known, type);
-    if (h && h->owner == stmth && omx_variable_of(h)->key == key)
-        return h;
+    omx_handle *h = nullptr;
     for (h = stmth->children; h; h = h->next)
         if (h->type == type && omx_variable_of(h)->key == key)
             return h;
@@ -73,6 +70,15 @@ omx_handle *variable_for(omx_handle *stmth, ub1 type, uint64_t key, const void *
     return h;
 }
 
+/* The bind or define of a statement for a place, or a new one; null when memory is out. */
+OMX_INLINE omx_handle *variable_for(omx_handle *stmth, ub1 type, uint64_t key, const void *known)
+{
+    omx_handle *h = omx_find(known, type);
+    if (__builtin_expect(h && h->owner == stmth && omx_variable_of(h)->key == key, 1))
+        return h;
+    return find_or_make_variable(stmth, type, key);
+}
+
 /* Values of text on Dravik's side of a UTF-16 environment, whose library expects UTF-8. */
 void mark_wide_values(const omx_handle *h, ub1 backend, ub2 dty, const omx_handle *errh)
 {
@@ -84,12 +90,20 @@ void mark_wide_values(const omx_handle *h, ub1 backend, ub2 dty, const omx_handl
                                   omx_own<OCIError>(errh, backend));
 }
 
-/*
- * Makes the variable in each backend of the statement. `make` is called with the backend's number and the
- * place of its handle. What one backend refuses is not missed if the statement runs on the other.
+/* Lets a variable run where it was made. */
+OMX_INLINE void made_in(omx_handle *h, ub1 backends)
+{
+    h->targets = backends;
+    h->run = omx_first(backends);
+    if (__builtin_expect(!h->tag, 0))
+        omx_restore(h);
+}
+
+/* Nobody knows yet where the statement runs. What one backend refuses is not missed if it runs on the other.
  */
 template <class Make>
-sword make_everywhere(omx_handle *stmth, omx_handle *h, omx_handle *errh, ub2 dty, Make make)
+__attribute__((noinline)) sword make_in_all(omx_handle *stmth, omx_handle *h, omx_handle *errh, ub2 dty,
+                                            Make make)
 {
     sword result = OCI_ERROR;
     ub1 made = omx_none;
@@ -108,12 +122,28 @@ sword make_everywhere(omx_handle *stmth, omx_handle *h, omx_handle *errh, ub2 dt
             refused = true;
         }
     }
-    if (made != omx_none) {
-        h->targets = made;
-        h->run = omx_first(made);
-        omx_restore(h);
-    }
+    if (made != omx_none)
+        made_in(h, made);
     return result;
+}
+
+/*
+ * Makes the variable in each backend of the statement. `make` is called with the backend's number and the
+ * place of its handle.
+ */
+template <class Make>
+OMX_INLINE sword make_everywhere(omx_handle *stmth, omx_handle *h, omx_handle *errh, ub2 dty, Make make)
+{
+    const ub1 backend = stmth->run;
+    if (__builtin_expect(stmth->targets != omx_bit(backend), 0))
+        return make_in_all(stmth, h, errh, dty, make);
+    const sword rc = make(backend, &h->backend[backend]);
+    if (__builtin_expect(!omx_succeeded(rc), 0))
+        return errh && errh->reported == omx_report_manager ? rc : omx_done(errh, backend, rc);
+    made_in(h, omx_bit(backend));
+    if (backend == omx_dravik)
+        mark_wide_values(h, backend, dty, errh);
+    return rc;
 }
 
 /* A handle that no backend has made, and none had made before, goes again. */
@@ -182,8 +212,8 @@ sword bind_descriptors(omx_handle *stmth, omx_handle *h, omx_handle *errh, const
 }
 
 template <class F>
-OMX_INLINE sword bind_at(F const (&entry)[omx_backend_count], const char *name, OCIStmt *stmtp,
-                         OCIBind **bindpp, OCIError *errhp, ub4 position, const bind_arguments &a)
+sword bind_at(F const (&entry)[omx_backend_count], const char *name, OCIStmt *stmtp, OCIBind **bindpp,
+              OCIError *errhp, ub4 position, const bind_arguments &a)
 {
     omx_handle *stmth = omx_find(stmtp, OCI_HTYPE_STMT);
     omx_handle *errh = nullptr;
@@ -194,7 +224,7 @@ OMX_INLINE sword bind_at(F const (&entry)[omx_backend_count], const char *name, 
         return omx_no_memory(errh);
     const ub1 family = omx_buffer_family(a.dty);
     sword rc = OCI_SUCCESS;
-    if (__builtin_expect(family != 0, 0)) {
+    if (family != 0) {
         rc = bind_descriptors(stmth, h, errh, {position, nullptr, 0}, a, family);
     } else {
         omx_variable_of(h)->family = 0;
@@ -210,6 +240,41 @@ OMX_INLINE sword bind_at(F const (&entry)[omx_backend_count], const char *name, 
         *bindpp = (OCIBind *)(void *)h;
     else
         drop_if_unmade(h);
+    return rc;
+}
+
+/* All types with descriptors lie behind these. */
+constexpr ub2 plain_types_end = SQLT_RDD;
+
+/*
+ * The bind handle of a place that was bound before and is bound again: a plain value, on the one backend of
+ * its statement. Programs do so for every row. Null for anything else.
+ */
+OMX_INLINE omx_handle *find_bound_again(const omx_handle *stmth, OCIBind *const *bindpp, ub4 position,
+                                        ub2 dty)
+{
+    if (!stmth || !bindpp || dty >= plain_types_end || stmth->targets == omx_both)
+        return nullptr;
+    omx_handle *h = omx_find(*bindpp, OCI_HTYPE_BIND);
+    if (!h || h->owner != stmth || h->targets != stmth->targets)
+        return nullptr;
+    const omx_variable *v = omx_variable_of(h);
+    return v->key == position && v->is_plain ? h : nullptr;
+}
+
+/* The rest of OCIBindByPos, with its arguments where they are. */
+__attribute__((noinline)) sword bind_by_position(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp,
+                                                 ub4 position, void *valuep, sb4 value_sz, ub2 dty,
+                                                 void *indp, ub2 *alenp, ub2 *rcodep, ub4 maxarr_len,
+                                                 ub4 *curelep, ub4 mode)
+{
+    const sword rc = bind_at(omx_calls.OCIBindByPos, "OCIBindByPos", stmtp, bindp, errhp, position,
+                             {valuep, value_sz, dty, indp, alenp, rcodep, maxarr_len, curelep, mode});
+    if (omx_succeeded(rc)) {
+        // Texts of Dravik's side in an environment of UTF-16 texts need a word more.
+        omx_variable *v = omx_variable_of((omx_handle *)(void *)*bindp);
+        v->is_plain = !v->family && !omx_environment_of(v->handle)->is_utf16;
+    }
     return rc;
 }
 
@@ -318,16 +383,29 @@ namespace written
 sword OCIBindByPos(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, ub4 position, void *valuep, sb4 value_sz,
                    ub2 dty, void *indp, ub2 *alenp, ub2 *rcodep, ub4 maxarr_len, ub4 *curelep, ub4 mode)
 {
-    return bind_at(omx_calls.OCIBindByPos, "OCIBindByPos", stmtp, bindp, errhp, position,
-                   {valuep, value_sz, dty, indp, alenp, rcodep, maxarr_len, curelep, mode});
+    const omx_handle *stmth = omx_find(stmtp, OCI_HTYPE_STMT);
+    omx_handle *h = find_bound_again(stmth, bindp, position, dty);
+    omx_handle *errh = nullptr;
+    if (__builtin_expect(!h || !omx_optional_error(errhp, &errh), 0))
+        return bind_by_position(stmtp, bindp, errhp, position, valuep, value_sz, dty, indp, alenp, rcodep,
+                                maxarr_len, curelep, mode);
+    const unsigned int backend = stmth->run;
+    return omx_done(errh, backend,
+                    omx_calls.OCIBindByPos[backend](
+                        (OCIStmt *)stmth->backend[backend], (OCIBind **)(void *)&h->backend[backend],
+                        omx_own<OCIError>(errh, backend), position, valuep, value_sz, dty, indp, alenp,
+                        rcodep, maxarr_len, curelep, mode));
 }
 
 sword OCIStmtBindByPos(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, ub4 position, void *valuep,
                        sb4 value_sz, ub2 dty, void *indp, ub2 *alenp, ub2 *rcodep, ub4 maxarr_len,
                        ub4 *curelep, ub4 mode)
 {
-    return bind_at(omx_calls.OCIStmtBindByPos, "OCIStmtBindByPos", stmtp, bindp, errhp, position,
-                   {valuep, value_sz, dty, indp, alenp, rcodep, maxarr_len, curelep, mode});
+    const sword rc = bind_at(omx_calls.OCIStmtBindByPos, "OCIStmtBindByPos", stmtp, bindp, errhp, position,
+                             {valuep, value_sz, dty, indp, alenp, rcodep, maxarr_len, curelep, mode});
+    if (omx_succeeded(rc))
+        omx_variable_of((omx_handle *)(void *)*bindp)->is_plain = false;
+    return rc;
 }
 
 sword OCIBindByName(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, const OraText *placeholder,
