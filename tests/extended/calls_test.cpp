@@ -6,7 +6,7 @@
 #include <set>
 
 #include "oci_manager/entry_points.h"
-#include "program.h"
+#include "recorded.h"
 
 namespace extended_tests
 {

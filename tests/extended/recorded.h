@@ -1,8 +1,8 @@
 /*
  * A program on the extended edition with recording backends: one handle of each kind, all of one connection.
  */
-#ifndef EXTENDED_PROGRAM_H
-#define EXTENDED_PROGRAM_H
+#ifndef EXTENDED_RECORDED_H
+#define EXTENDED_RECORDED_H
 
 #include <array>
 #include <map>
@@ -35,6 +35,8 @@ side home();
 
 recording::backend &backend(side s);
 std::vector<recording::call> &calls();
+/* Safe while other threads make calls. */
+void forget_calls();
 
 /* Handles of the backends behind those of the program. */
 using own_handles = std::array<void *, 2>;

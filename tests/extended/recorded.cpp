@@ -1,4 +1,4 @@
-#include "program.h"
+#include "recorded.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -67,6 +67,12 @@ recording::backend &backend(side s)
 std::vector<recording::call> &calls()
 {
     return shared_journal.calls;
+}
+
+void forget_calls()
+{
+    const std::lock_guard lock(shared_journal.mutex);
+    shared_journal.calls.clear();
 }
 
 program::program(side connected_to) : bound(connected_to)
