@@ -35,8 +35,8 @@ OM_EXPORT sword OCIServerAttach(OCIServer *srvhp, OCIError *errhp, const OraText
     TRACE_CALL(
         "OCIServerAttach(OCIServer *srvhp, OCIError *errhp, CONST OraText *dblink, sb4 dblink_len, ub4 "
         "mode)\n\tsrvhp=%p\n\terrhp=%p\n\tdblink=%.*s, c_sid=%s\n\tdblink_len=%d, c_sid_len=%d\n\tmode=%d",
-        srvhp, errhp, TRACE_TEXT(dblink ? (const char *)dblink : "NULL"), c_sid.text ? c_sid.text : "NULL",
-        dblink_len, c_sid.length, mode);
+        srvhp, errhp, TRACE_TEXT((const char *)(dblink ? dblink : (const OraText *)"NULL")),
+        c_sid.text ? c_sid.text : "NULL", dblink_len, c_sid.length, mode);
 
     om_handle_t *whdlp = find_handle(srvhp, OCI_HTYPE_SERVER);
     REQUIRE(whdlp, "whdlp!=((void *)0)");

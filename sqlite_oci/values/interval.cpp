@@ -181,7 +181,7 @@ int timestamp_add_interval(const timestamp &time, const interval &value, timesta
     if (!date_add_months(moved.local, value.count, &moved.local))
         return date_year_out_of_range;
     moved.local.day = time.local.day;
-    if (const int error = date_check(moved.local))
+    if (const uword error = date_check(moved.local))
         return error & OCI_DATE_INVALID_DAY || error & OCI_DATE_DAY_MISSING_FROM_1582
                    ? int{date_no_such_day_in_month}
                    : int{date_year_out_of_range};
