@@ -227,6 +227,7 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
     {
         constexpr ub1 family = info::family(I);
         if constexpr (family == 0) {
+            *given = nullptr;
             return true;
         } else {
             omx_handle *h = principal;

@@ -24,7 +24,8 @@ template <class T, class Handle> T &target_of(OCIEnv *env, Handle **target)
     return *made;
 }
 
-template <class T, class Handle> sword assign(OCIEnv *env, OCIError *err, std::string bytes, Handle **target)
+template <class T, class Handle>
+sword assign(OCIEnv *env, OCIError *err, std::string &&bytes, Handle **target)
 {
     return served(err, [&](call_errors) {
         target_of<T>(env, target).bytes = std::move(bytes);

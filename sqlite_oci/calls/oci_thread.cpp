@@ -283,7 +283,7 @@ SQLITE_OCI_EXPORT sword OCIThreadCreate(void *hndl, OCIError *err, void (*start)
         pthread_t made{};
         if (pthread_create(&made, nullptr, run, given.get()) != 0)
             fail(ora_no_resources, "the system starts no more threads");
-        given.release(); // the thread's own now
+        (void)given.release(); // the thread's own now
         if (id) {
             id->thread = made;
             id->is_set = true;

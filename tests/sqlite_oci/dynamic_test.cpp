@@ -214,7 +214,7 @@ TEST_F(dynamic, values_pass_in_pieces_between_calls)
     const prepared query(db, "SELECT x, id, y FROM t ORDER BY id");
     sb4 fetched_ids[3] = {};
     query.out(2, fetched_ids, SQLT_INT);
-    for (const ub4 column : {1, 3})
+    for (const ub4 column : {1u, 3u})
         ASSERT_EQ(
             query.define(column, nullptr, 1 << 30, SQLT_CHR, nullptr, nullptr, nullptr, OCI_DYNAMIC_FETCH),
             OCI_SUCCESS);
