@@ -1,6 +1,5 @@
 // Locale data: that of AMERICAN_AMERICA, the only locale.
-#include "connections/session.h"
-#include "handles/call.h"
+#include "calls/nls_call.h"
 #include "text/text_scan.h"
 #include "values/date.h"
 #include "values/date_model.h"
@@ -62,23 +61,6 @@ constexpr named_charset named_charsets[] = {
     {1, "US7ASCII"}, {31, "WE8ISO8859P1"}, {871, "UTF8"}, {873, "AL32UTF8"}, {OCI_UTF16ID, "UTF16"},
 };
 
-// Locale data are asked for with an environment or a session.
-const environment *environment_of(const void *handle)
-{
-    if (const auto *env = find<environment>(handle))
-        return env;
-    const auto *user = find<session>(handle);
-    return user ? user->env : nullptr;
-}
-
-const environment &required_environment(const void *handle)
-{
-    const environment *env = environment_of(handle);
-    if (!env)
-        throw invalid_handle{};
-    return *env;
-}
-
 std::string capitalized(std::string_view name)
 {
     std::string result(name);
@@ -132,7 +114,7 @@ extern "C" {
 SQLITE_OCI_EXPORT sword OCINlsGetInfo(void *envhp, OCIError *errhp, OraText *buf, size_t buflen, ub2 item)
 {
     return served(errhp, [&](call_errors) {
-        const environment &env = required_environment(envhp);
+        const environment &env = required_nls_environment(envhp);
         env.copy_out(locale_text(env, item), buf, buflen);
         return OCI_SUCCESS;
     });
@@ -141,7 +123,7 @@ SQLITE_OCI_EXPORT sword OCINlsGetInfo(void *envhp, OCIError *errhp, OraText *buf
 SQLITE_OCI_EXPORT sword OCINlsNumericInfoGet(void *envhp, OCIError *errhp, sb4 *val, ub2 item)
 {
     return served(errhp, [&](call_errors) {
-        const environment &env = required_environment(envhp);
+        const environment &env = required_nls_environment(envhp);
         if (!val)
             fail(24315, "there is no place for the item's value");
         *val = locale_number(env, item);
@@ -152,7 +134,7 @@ SQLITE_OCI_EXPORT sword OCINlsNumericInfoGet(void *envhp, OCIError *errhp, sb4 *
 // 0 for a name that is not known.
 SQLITE_OCI_EXPORT ub2 OCINlsCharSetNameToId(void *envhp, const OraText *name)
 {
-    const environment *env = environment_of(envhp);
+    const environment *env = nls_environment(envhp);
     if (!env || !name)
         return 0;
     try {
@@ -169,7 +151,7 @@ SQLITE_OCI_EXPORT ub2 OCINlsCharSetNameToId(void *envhp, const OraText *name)
 SQLITE_OCI_EXPORT sword OCINlsCharSetIdToName(void *envhp, OraText *buf, size_t buflen, ub2 id)
 {
     return served(nullptr, [&](call_errors) {
-        const environment &env = required_environment(envhp);
+        const environment &env = required_nls_environment(envhp);
         for (const named_charset &known : named_charsets) {
             if (known.id != id)
                 continue;

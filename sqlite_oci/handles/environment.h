@@ -65,7 +65,8 @@ struct environment final : object {
     const ub4 mode;
     const charset set;
     const charset national;
-    std::vector<error_record> records; // of calls that have no error handle
+    std::atomic<bool> has_replaced{false}; // a character, in the last conversion between character sets
+    std::vector<error_record> records;     // of calls that have no error handle
 
 private:
     std::mutex children_mutex_;

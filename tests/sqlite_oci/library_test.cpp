@@ -49,7 +49,7 @@ TEST(library, what_is_not_served_says_so)
     EXPECT_EQ(prepare(nullptr), OCI_ERROR);
     EXPECT_EQ(prepare(reinterpret_cast<OCIError *>(made.env)), OCI_INVALID_HANDLE);
     EXPECT_EQ(OCIFormatString(nullptr, made.errors, nullptr, 0, nullptr, nullptr, 1, 2, 3), OCI_ERROR);
-    EXPECT_EQ(OCIWideCharIsAlnum(nullptr, 'a'), 0);
+    EXPECT_EQ(OCICollMax(nullptr, nullptr), 0);
     EXPECT_EQ(OCIMessageGet(nullptr, 1, nullptr, 0), nullptr);
 }
 

@@ -1,34 +1,41 @@
 // The exported number and date calls: arguments, results, error numbers.
-#include "handles/error_record.h"
 #include "values/date.h"
 #include "values/number.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <limits>
 #include <random>
-#include <utility>
+#include <tuple>
 
 using namespace sqlite_oci;
 
 namespace
 {
 
-// The only error handle, in place of the library's own, and what was last raised with it.
-int handle_memory;
-OCIError *const err = reinterpret_cast<OCIError *>(&handle_memory);
-int raised_code;
+// An error handle of the library, for the whole run.
+OCIError *make_error_handle()
+{
+    OCIEnv *env = nullptr;
+    void *made = nullptr;
+    OCIEnvCreate(&env, OCI_DEFAULT, nullptr, nullptr, nullptr, nullptr, 0, nullptr);
+    OCIHandleAlloc(env, &made, OCI_HTYPE_ERROR, 0, nullptr);
+    return static_cast<OCIError *>(made);
+}
+
+OCIError *const err = make_error_handle();
 std::string raised_text;
 
 // Whether a call failed with this number.
 testing::AssertionResult fails(sword status, int code)
 {
-    const int raised = std::exchange(raised_code, 0);
+    OraText message[1024] = {};
+    sb4 raised = 0;
+    OCIErrorGet(err, 1, nullptr, &raised, message, sizeof message, OCI_HTYPE_ERROR);
+    raised_text = reinterpret_cast<const char *>(message);
     if (status == OCI_ERROR && raised == code)
         return testing::AssertionSuccess();
     return testing::AssertionFailure() << "status " << status << ", error " << raised << ' ' << raised_text;
@@ -104,30 +111,6 @@ template <class T> void expect_integer_round_trip(uword flag)
 }
 
 } // namespace
-
-namespace sqlite_oci
-{
-
-bool is_live_error(const OCIError *errhp)
-{
-    return errhp == err;
-}
-
-sword raise_error(OCIError *errhp, int code, const char *format, ...)
-{
-    if (!is_live_error(errhp))
-        return OCI_INVALID_HANDLE;
-    char text[512];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    raised_code = code;
-    raised_text = text;
-    return OCI_ERROR;
-}
-
-} // namespace sqlite_oci
 
 TEST(OciNumber, ConvertsEveryInteger)
 {
@@ -342,6 +325,16 @@ TEST(OciDate, ConvertsZones)
 
 TEST(OciDate, ChecksAndReadsTheClock)
 {
+    sb2 year = 0;
+    ub1 month = 0, day = 0, hour = 0, minute = 0, second = 0;
+    OCIDate leap;
+    OCIDateSetDate(&leap, 2024, 2, 29);
+    OCIDateSetTime(&leap, 13, 14, 15);
+    OCIDateGetDate(&leap, &year, &month, &day);
+    OCIDateGetTime(&leap, &hour, &minute, &second);
+    EXPECT_EQ(std::make_tuple(year, month, day, hour, minute, second),
+              std::make_tuple(2024, 2, 29, 13, 14, 15));
+
     OCIDate value;
     OCIDateSetDate(&value, 1990, 2, 0);
     OCIDateSetTime(&value, 25, 61, 10);
