@@ -2,41 +2,65 @@
 #pragma once
 
 #include "connections/session.h"
+#include "handles/callback_scope.h"
 #include "lobs/lob.h"
 
 namespace sqlite_oci
 {
 
-struct lob_call {
-    const std::shared_ptr<connection> &on;
+// Holds the connection, the locator and its value for one call.
+class lob_call
+{
+public:
+    lob_call(const std::shared_ptr<connection> &of, lob_locator &by, call_errors call_records);
+
     lob_locator &locator;
     call_errors errors;
 
+    // The value behind the locator. Throws ORA-22275 where there is none.
+    lob &value() const;
+
+    // Its content as it is now. Throws ORA-22922 when its row is gone.
+    lob_content &content() const { return value().current(); }
+
+    // Throws what forbids to write through the locator on this connection.
+    void check_writable() const;
+
     // The content for a change that the caller has checked to be allowed.
-    lob_content &change() const
+    lob_content &change() const;
+
+    void check_break() const;
+
+    // Runs a callback of the program's, which may use what this call holds but for the connection. Throws
+    // ORA-22275 when the locator has another value afterwards.
+    template <class Callback> auto outside(Callback callback)
     {
-        lob_content &changed = locator.value().current();
-        locator.reading.reset();
-        lobs_of(*on).add(*on, locator.target);
-        return changed;
+        release();
+        const auto answer = [&] {
+            const callback_scope scope(locator);
+            return callback();
+        }();
+        hold();
+        return answer;
     }
 
-    void check_break() const
-    {
-        if (on->break_requested())
-            fail(1013, "the call was interrupted on request");
-    }
+private:
+    void hold();
+    void release();
+
+    const std::shared_ptr<connection> on_;
+    const std::unique_lock<call_mutex> connection_lock_;
+    std::shared_ptr<lob> value_; // outlives its lock
+    std::unique_lock<std::mutex> locator_lock_, value_lock_;
 };
 
-// Runs `body(lob_call)` while no other thread uses the connection.
+// Runs `body(lob_call)`.
 template <class Body> sword on_lob(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, Body body)
 {
     return served(errhp, [&](call_errors errors) {
         const auto open = required<service_context>(svchp).shared_connection();
-        auto &locator = required<lob_locator>(locp);
-        const std::scoped_lock lock(open->mutex());
-        open->start_call();
-        return body(lob_call{open, locator, errors});
+        lob_call call(open, required<lob_locator>(locp), errors);
+        return body(call);
     });
 }
 

@@ -1,6 +1,7 @@
 // Allocation and release of handles and descriptors.
 #include "connections/pool.h"
 #include "handles/call.h"
+#include "handles/callback_scope.h"
 #include "lobs/lob.h"
 #include "statements/describe.h"
 #include "statements/statement.h"
@@ -98,11 +99,30 @@ sword allocate(const void *parent, void **result, ub4 kind, std::size_t user_siz
     return OCI_ERROR;
 }
 
+// Whether a call that waits for its callback, which frees the handle, could not go on without it.
+bool is_needed(const object &freed)
+{
+    switch (freed.kind) {
+    case OCI_HTYPE_ENV:
+    case OCI_HTYPE_SERVER:
+    case OCI_HTYPE_SESSION:
+    case OCI_HTYPE_SPOOL:
+        return callback_scope::is_open();
+    case OCI_HTYPE_BIND:
+    case OCI_HTYPE_DEFINE:
+        return callback_scope::needs(static_cast<const variable &>(freed).owner);
+    default:
+        return callback_scope::needs(freed);
+    }
+}
+
 sword release_handle(void *handle, ub4 kind)
 {
     object *const freed = find_object(handle, kind);
     if (!freed)
         return OCI_INVALID_HANDLE;
+    if (is_needed(*freed))
+        return OCI_ERROR;
     if (kind == OCI_HTYPE_ENV)
         return free_environment(static_cast<environment *>(freed)) ? OCI_SUCCESS : OCI_INVALID_HANDLE;
     if (kind == OCI_HTYPE_BIND || kind == OCI_HTYPE_DEFINE) {

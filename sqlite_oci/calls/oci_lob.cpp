@@ -10,19 +10,19 @@ namespace
 
 template <class Length> sword get_length(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, Length *lenp)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
         if (!lenp)
             refuse("there is no place for the length");
-        *lenp = static_cast<Length>(call.locator.value().current().length());
+        *lenp = static_cast<Length>(call.content().length());
         return OCI_SUCCESS;
     });
 }
 
 sword trim(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 length)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
-        call.locator.check_writable(*call.on);
-        if (length > call.locator.value().current().length())
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
+        call.check_writable();
+        if (length > call.content().length())
             fail(22926, "the LOB is shorter than the length to trim it to");
         call.change().trim(length);
         return OCI_SUCCESS;
@@ -33,12 +33,12 @@ sword trim(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 length
 template <class Amount>
 sword erase(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, Amount *amount, oraub8 offset)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
         if (!amount)
             refuse("there is no amount");
-        call.locator.check_writable(*call.on);
+        call.check_writable();
         const std::size_t start = from_first(offset);
-        const lob_content &content = call.locator.value().current();
+        const lob_content &content = call.content();
         const std::size_t length = content.length();
         const std::size_t erased = start < length ? std::min<std::size_t>(*amount, length - start) : 0;
         if (erased)

@@ -10,7 +10,6 @@ namespace
 
 // A value is transferred in any pieces; this is what a program may use as their size.
 constexpr ub4 chunk_size = 64 << 10;
-constexpr oraub8 longest_lob = 1'000'000'000; // bytes, as SQLite stores them
 
 // Answers a question about a locator without a connection.
 template <class Answer, class Find>
@@ -26,15 +25,22 @@ sword answer(OCIEnv *envhp, OCIError *errhp, const OCILobLocator *locp, Answer *
     });
 }
 
+std::shared_ptr<lob> copy_of(lob &temporary)
+{
+    const std::scoped_lock lock(temporary.mutex);
+    auto copy = std::make_shared<lob>(temporary.is_text, temporary.content.bytes());
+    copy->is_temporary = true;
+    return copy;
+}
+
 // The copy of a locator stands for the same LOB; a temporary LOB is copied with it.
 void assign(const lob_locator &from, lob_locator &to)
 {
     if (&from == &to)
         return;
-    auto target = from.target;
-    if (target && target->is_temporary)
-        target = std::make_shared<lob>(*target);
-    to.point_to(std::move(target));
+    callback_scope::check(to);
+    const auto source = from.value_or_null();
+    to.point_to(source && source->is_temporary ? copy_of(*source) : source);
 }
 
 sword assign_locator(OCIError *errhp, const OCILobLocator *from, OCILobLocator **to)
@@ -53,21 +59,33 @@ std::string part_of(const lob_content &content, std::size_t offset, std::size_t 
 {
     const std::size_t from = content.place_of(offset);
     const std::size_t to = content.place_of(offset + std::min(amount, content.length()));
-    return content.bytes().substr(from, to - from);
+    return std::string(content.part(from, to));
 }
 
-// Writes a part of one LOB into another of the same kind; no `at` is its end.
-void copy(const lob_call &call, OCILobLocator *source, oraub8 amount, std::optional<oraub8> at, oraub8 offset)
+// Writes a part of one LOB, which may be the other itself, into another of the same kind; no `at` is its end.
+sword copy(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *target, OCILobLocator *source, oraub8 amount,
+           std::optional<oraub8> at, oraub8 offset)
 {
-    const lob_content &from = required<lob_locator>(source).value().current();
-    call.locator.check_writable(*call.on);
-    const lob_content &to = call.locator.value().current();
-    if (offset == 0 || (at && *at == 0))
-        fail(ora_bad_lob_argument, "offsets in a LOB count from 1");
-    if (from.is_text() != to.is_text())
-        fail(932, "text cannot be copied into a LOB of bytes, nor bytes into one of text");
-    const std::string part = part_of(from, offset - 1, amount);
-    call.change().write(at ? *at - 1 : to.length(), part);
+    return served(errhp, [&](call_errors errors) {
+        const auto open = required<service_context>(svchp).shared_connection();
+        auto &from = required<lob_locator>(source), &to = required<lob_locator>(target);
+        if (offset == 0 || (at && *at == 0))
+            fail(ora_bad_lob_argument, "offsets in a LOB count from 1");
+        std::string part;
+        bool is_text = false;
+        {
+            const lob_call read(open, from, errors);
+            is_text = read.value().is_text;
+            part = part_of(read.content(), offset - 1, amount);
+        }
+        const lob_call write(open, to, errors);
+        write.check_writable();
+        if (is_text != write.value().is_text)
+            fail(932, "text cannot be copied into a LOB of bytes, nor bytes into one of text");
+        lob_content &changed = write.change();
+        changed.write(at ? *at - 1 : changed.length(), part);
+        return OCI_SUCCESS;
+    });
 }
 
 } // namespace
@@ -94,7 +112,7 @@ SQLITE_OCI_EXPORT sword OCILobLocatorIsInit(OCIEnv *envhp, OCIError *errhp, cons
                                             int *is_initialized)
 {
     return answer(envhp, errhp, locp, is_initialized,
-                  [](const lob_locator &locator) { return locator.target != nullptr; });
+                  [](const lob_locator &locator) { return locator.value_or_null() != nullptr; });
 }
 
 // Locators that were not initialized are equal to none.
@@ -106,7 +124,8 @@ SQLITE_OCI_EXPORT sword OCILobIsEqual(OCIEnv *envhp, const OCILobLocator *x, con
         return OCI_INVALID_HANDLE;
     if (!is_equal)
         return OCI_ERROR;
-    *is_equal = one->target && one->target == other->target;
+    const auto value = one->value_or_null();
+    *is_equal = value && value == other->value_or_null();
     return OCI_SUCCESS;
 }
 
@@ -115,29 +134,31 @@ SQLITE_OCI_EXPORT sword OCILobCharSetForm(OCIEnv *envhp, OCIError *errhp, const 
                                           ub1 *csfrm)
 {
     return answer(envhp, errhp, locp, csfrm, [](const lob_locator &locator) {
-        return static_cast<ub1>(locator.value().content.is_text() ? SQLCS_IMPLICIT : 0);
+        return static_cast<ub1>(locator.value()->is_text ? SQLCS_IMPLICIT : 0);
     });
 }
 
 SQLITE_OCI_EXPORT sword OCILobCharSetId(OCIEnv *envhp, OCIError *errhp, const OCILobLocator *locp, ub2 *csid)
 {
     return answer(envhp, errhp, locp, csid, [](const lob_locator &locator) {
-        return locator.value().content.is_text() ? charset_id(charset::utf8) : ub2{0};
+        return locator.value()->is_text ? charset_id(charset::utf8) : ub2{0};
     });
 }
 
 SQLITE_OCI_EXPORT sword OCILobIsTemporary(OCIEnv *envhp, OCIError *errhp, OCILobLocator *locp,
                                           int *is_temporary)
 {
-    return answer(envhp, errhp, locp, is_temporary,
-                  [](const lob_locator &locator) { return locator.target && locator.target->is_temporary; });
+    return answer(envhp, errhp, locp, is_temporary, [](const lob_locator &locator) {
+        const auto value = locator.value_or_null();
+        return value && value->is_temporary;
+    });
 }
 
 SQLITE_OCI_EXPORT sword OCILobGetChunkSize(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp,
                                            ub4 *chunksizep)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
-        call.locator.value();
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
+        call.value();
         if (!chunksizep)
             fail(ora_bad_lob_argument, "there is no place for the answer");
         *chunksizep = chunk_size;
@@ -148,8 +169,8 @@ SQLITE_OCI_EXPORT sword OCILobGetChunkSize(OCISvcCtx *svchp, OCIError *errhp, OC
 SQLITE_OCI_EXPORT sword OCILobGetStorageLimit(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *lobp,
                                               oraub8 *limitp)
 {
-    return on_lob(svchp, errhp, lobp, [&](const lob_call &call) {
-        call.locator.value();
+    return on_lob(svchp, errhp, lobp, [&](lob_call &call) {
+        call.value();
         if (!limitp)
             fail(ora_bad_lob_argument, "there is no place for the answer");
         *limitp = longest_lob;
@@ -159,14 +180,12 @@ SQLITE_OCI_EXPORT sword OCILobGetStorageLimit(OCISvcCtx *svchp, OCIError *errhp,
 
 SQLITE_OCI_EXPORT sword OCILobOpen(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, ub1 mode)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
-        call.locator.value();
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
+        call.value();
         if (mode != OCI_LOB_READONLY && mode != OCI_LOB_READWRITE)
             fail(ora_bad_lob_argument, "a LOB is opened with OCI_LOB_READONLY or OCI_LOB_READWRITE");
         if (call.locator.open_mode)
             fail(ora_lob_already_open, "the LOB is already open");
-        if (mode == OCI_LOB_READWRITE)
-            call.locator.check_writable(*call.on);
         call.locator.open_mode = mode;
         return OCI_SUCCESS;
     });
@@ -174,8 +193,8 @@ SQLITE_OCI_EXPORT sword OCILobOpen(OCISvcCtx *svchp, OCIError *errhp, OCILobLoca
 
 SQLITE_OCI_EXPORT sword OCILobClose(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
-        call.locator.value();
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
+        call.value();
         if (!call.locator.open_mode)
             fail(ora_lob_not_open, "the LOB is not open");
         call.locator.open_mode = 0;
@@ -185,8 +204,8 @@ SQLITE_OCI_EXPORT sword OCILobClose(OCISvcCtx *svchp, OCIError *errhp, OCILobLoc
 
 SQLITE_OCI_EXPORT sword OCILobIsOpen(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, int *flag)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
-        call.locator.value();
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
+        call.value();
         if (!flag)
             fail(ora_bad_lob_argument, "there is no place for the answer");
         *flag = call.locator.open_mode != 0;
@@ -197,23 +216,23 @@ SQLITE_OCI_EXPORT sword OCILobIsOpen(OCISvcCtx *svchp, OCIError *errhp, OCILobLo
 SQLITE_OCI_EXPORT sword OCILobCreateTemporary(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, ub2,
                                               ub1, ub1 lobtype, int, OCIDuration)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
         if (lobtype != OCI_TEMP_BLOB && lobtype != OCI_TEMP_CLOB && lobtype != OCI_TEMP_NCLOB)
             fail(ora_bad_lob_argument,
                  "a temporary LOB is an OCI_TEMP_BLOB, OCI_TEMP_CLOB or OCI_TEMP_NCLOB");
         auto made = std::make_shared<lob>(lobtype != OCI_TEMP_BLOB, "");
         made->is_temporary = true;
-        call.locator.point_to(std::move(made));
+        call.locator.set_target(std::move(made));
         return OCI_SUCCESS;
     });
 }
 
 SQLITE_OCI_EXPORT sword OCILobFreeTemporary(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
-        if (!call.locator.value().is_temporary)
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
+        if (!call.value().is_temporary)
             fail(ora_invalid_locator, "the LOB is not a temporary one");
-        call.locator.point_to(nullptr);
+        call.locator.set_target(nullptr);
         return OCI_SUCCESS;
     });
 }
@@ -221,10 +240,7 @@ SQLITE_OCI_EXPORT sword OCILobFreeTemporary(OCISvcCtx *svchp, OCIError *errhp, O
 SQLITE_OCI_EXPORT sword OCILobAppend(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *dst_locp,
                                      OCILobLocator *src_locp)
 {
-    return on_lob(svchp, errhp, dst_locp, [&](const lob_call &call) {
-        copy(call, src_locp, longest_lob, std::nullopt, 1);
-        return OCI_SUCCESS;
-    });
+    return copy(svchp, errhp, dst_locp, src_locp, longest_lob, std::nullopt, 1);
 }
 
 SQLITE_OCI_EXPORT sword OCILobCopy(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *dst_locp,
@@ -237,10 +253,7 @@ SQLITE_OCI_EXPORT sword OCILobCopy2(OCISvcCtx *svchp, OCIError *errhp, OCILobLoc
                                     OCILobLocator *src_locp, oraub8 amount, oraub8 dst_offset,
                                     oraub8 src_offset)
 {
-    return on_lob(svchp, errhp, dst_locp, [&](const lob_call &call) {
-        copy(call, src_locp, amount, dst_offset, src_offset);
-        return OCI_SUCCESS;
-    });
+    return copy(svchp, errhp, dst_locp, src_locp, amount, dst_offset, src_offset);
 }
 
 } // extern "C"

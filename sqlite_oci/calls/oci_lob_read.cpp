@@ -16,20 +16,22 @@ struct read_request {
     bool is_one_piece; // what fits the buffer, and no more
 };
 
-sword end_of_lob(const lob_call &call)
+sword end_of_lob(lob_call &call)
 {
     call.errors.set(make_record(1403, "there is no more data in the LOB"));
     return OCI_NO_DATA;
 }
 
-sword read_by_callback(const lob_call &call, const lob_content &content, read_request &request,
-                       lob_amounts &total)
+sword read_by_callback(lob_call &call, read_request &request, lob_amounts &total)
 {
     lob_read reading = *call.locator.reading;
     call.locator.reading.reset();
     bool is_last = false;
     for (bool is_first = true; !is_last; is_first = false) {
         call.check_break();
+        const lob_content &content = call.content(); // callbacks take time, in which it may change
+        if (!is_first && reading.is_done(content))
+            fail(ora_bad_lob_argument, "the LOB became shorter while it was read");
         const lob_amounts taken = reading.take(content, request.into.bytes, request.into.size);
         total.bytes += taken.bytes;
         total.characters += taken.characters;
@@ -37,17 +39,18 @@ sword read_by_callback(const lob_call &call, const lob_content &content, read_re
         const int piece = is_first  ? is_last ? OCI_ONE_PIECE : OCI_FIRST_PIECE
                           : is_last ? OCI_LAST_PIECE
                                     : OCI_NEXT_PIECE;
-        const sb4 answer = request.callback(request.into, taken.bytes, static_cast<ub1>(piece));
+        const sb4 answer = call.outside(
+            [&] { return request.callback(request.into, taken.bytes, static_cast<ub1>(piece)); });
         if (answer != OCI_CONTINUE)
             fail_in_callback(answer);
     }
     return OCI_SUCCESS;
 }
 
-sword read(const lob_call &call, read_request request, lob_amounts &taken)
+sword read(lob_call &call, read_request request, lob_amounts &taken)
 {
     request.into.check();
-    const lob_content &content = call.locator.value().current();
+    const lob_content &content = call.content();
     std::optional<lob_read> &reading = call.locator.reading;
     taken = {};
     if (!request.goes_on) {
@@ -58,10 +61,11 @@ sword read(const lob_call &call, read_request request, lob_amounts &taken)
     }
     if (reading->is_done(content)) {
         reading.reset();
-        return end_of_lob(call);
+        // An empty LOB has been read as a whole; behind the end of another there is nothing to read.
+        return content.size() == 0 && request.offset == 1 ? OCI_SUCCESS : end_of_lob(call);
     }
     if (request.callback)
-        return read_by_callback(call, content, request, taken);
+        return read_by_callback(call, request, taken);
     try {
         taken = reading->take(content, request.into.bytes, request.into.size);
     } catch (...) {
@@ -92,7 +96,7 @@ SQLITE_OCI_EXPORT sword OCILobRead(OCISvcCtx *svchp, OCIError *errhp, OCILobLoca
                                    ub4 offset, void *bufp, ub4 bufl, void *ctxp, OCICallbackLobRead cbfp,
                                    ub2 csid, ub1 csfrm)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
         if (!amtp)
             refuse("there is no amount");
         const charset set = transfer_set(*call.locator.env, csid, csfrm);
@@ -107,7 +111,7 @@ SQLITE_OCI_EXPORT sword OCILobRead(OCISvcCtx *svchp, OCIError *errhp, OCILobLoca
                                    .goes_on = call.locator.reading.has_value(),
                                    .is_one_piece = false},
                                   taken);
-        const bool in_characters = call.locator.value().content.is_text() && is_fixed_width(set);
+        const bool in_characters = call.value().is_text && is_fixed_width(set);
         *amtp = static_cast<ub4>(in_characters ? taken.characters : taken.bytes);
         return status;
     });
@@ -119,8 +123,8 @@ SQLITE_OCI_EXPORT sword OCILobRead2(OCISvcCtx *svchp, OCIError *errhp, OCILobLoc
                                     oraub8 *char_amtp, oraub8 offset, void *bufp, oraub8 bufl, ub1 piece,
                                     void *ctxp, OCICallbackLobRead2 cbfp, ub2 csid, ub1 csfrm)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
-        const bool is_text = call.locator.value().content.is_text();
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
+        const bool is_text = call.value().is_text;
         const oraub8 characters = is_text && char_amtp ? *char_amtp : 0;
         const oraub8 bytes = characters == 0 && byte_amtp ? *byte_amtp : 0;
         lob_amounts taken;

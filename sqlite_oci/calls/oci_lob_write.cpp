@@ -31,42 +31,44 @@ std::string_view whole_data(const write_request &request, bool is_text)
     return all.substr(0, size);
 }
 
-sword finish_writing(const lob_call &call, lob_amounts &written)
+sword finish_writing(lob_call &call, lob_write writing, lob_amounts &written)
 {
-    call.locator.check_writable(*call.on); // the transaction may be over since the first piece
-    lob_write writing = std::move(*call.locator.writing);
+    call.check_writable(); // the transaction may be over since the first piece
     call.locator.writing.reset();
     written = writing.finish(call.change());
     return OCI_SUCCESS;
 }
 
-sword write_by_callback(const lob_call &call, write_request &request, lob_amounts &written)
+sword write_by_callback(lob_call &call, write_request &request, lob_amounts &written)
 {
     ub1 piece = OCI_FIRST_PIECE;
+    // Kept here meanwhile: the callback may begin another transfer with the locator.
+    lob_write writing = std::move(*call.locator.writing);
+    call.locator.writing.reset();
     while (piece != OCI_LAST_PIECE) {
         call.check_break();
         std::size_t size = 0;
         piece = OCI_NEXT_PIECE;
-        const sb4 answer = request.callback(request.from, size, piece);
+        const sb4 answer = call.outside([&] { return request.callback(request.from, size, piece); });
         if (answer != OCI_CONTINUE)
             fail_in_callback(answer);
         if (size > request.from.size)
             refuse("the program's callback tells more bytes than its buffer holds");
-        call.locator.writing->add(request.from.view(size));
+        writing.add(request.from.view(size));
     }
-    return finish_writing(call, written);
+    return finish_writing(call, std::move(writing), written);
 }
 
-void start_writing(const lob_call &call, const write_request &request)
+void start_writing(lob_call &call, const write_request &request)
 {
-    call.locator.check_writable(*call.on);
-    const lob_content &content = call.locator.value().current();
+    call.check_writable();
+    const lob_content &content = call.content();
     const std::size_t offset = request.offset ? from_first(*request.offset) : content.length();
     call.locator.reading.reset();
     call.locator.writing.emplace(content.is_text(), request.set, offset);
 }
 
-sword write(const lob_call &call, write_request request, lob_amounts &written)
+sword write(lob_call &call, write_request request, lob_amounts &written)
 {
     std::optional<lob_write> &writing = call.locator.writing;
     const bool is_start = request.piece == OCI_ONE_PIECE || request.piece == OCI_FIRST_PIECE;
@@ -79,11 +81,11 @@ sword write(const lob_call &call, write_request request, lob_amounts &written)
     try {
         if (request.from.size || is_start)
             request.from.check();
-        const bool is_text = call.locator.value().content.is_text();
+        const bool is_text = call.value().is_text;
         writing->add(request.piece == OCI_ONE_PIECE ? whole_data(request, is_text)
                                                     : request.from.view(request.from.size));
         if (request.piece == OCI_ONE_PIECE || request.piece == OCI_LAST_PIECE)
-            return finish_writing(call, written);
+            return finish_writing(call, std::move(*writing), written);
         if (request.callback)
             return write_by_callback(call, request, written);
     } catch (...) {
@@ -95,11 +97,11 @@ sword write(const lob_call &call, write_request request, lob_amounts &written)
 }
 
 // What amounts of the two forms mean; they are told back when the write is complete.
-sword write_classic(const lob_call &call, ub4 *amount, write_request request)
+sword write_classic(lob_call &call, ub4 *amount, write_request request)
 {
     if (!amount)
         refuse("there is no amount");
-    const bool is_text = call.locator.value().content.is_text();
+    const bool is_text = call.value().is_text;
     (is_text && is_fixed_width(request.set) ? request.characters : request.bytes) = *amount;
     lob_amounts written;
     const sword status = write(call, std::move(request), written);
@@ -108,7 +110,7 @@ sword write_classic(const lob_call &call, ub4 *amount, write_request request)
     return status;
 }
 
-sword write_wide(const lob_call &call, oraub8 *bytes, oraub8 *characters, write_request request)
+sword write_wide(lob_call &call, oraub8 *bytes, oraub8 *characters, write_request request)
 {
     request.bytes = bytes ? *bytes : 0;
     request.characters = characters ? *characters : 0;
@@ -133,7 +135,7 @@ SQLITE_OCI_EXPORT sword OCILobWrite(OCISvcCtx *svchp, OCIError *errhp, OCILobLoc
                                     ub4 offset, void *bufp, ub4 buflen, ub1 piece, void *ctxp,
                                     OCICallbackLobWrite cbfp, ub2 csid, ub1 csfrm)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
         return write_classic(call, amtp,
                              {offset,
                               0,
@@ -150,7 +152,7 @@ SQLITE_OCI_EXPORT sword OCILobWrite2(OCISvcCtx *svchp, OCIError *errhp, OCILobLo
                                      oraub8 buflen, ub1 piece, void *ctxp, OCICallbackLobWrite2 cbfp,
                                      ub2 csid, ub1 csfrm)
 {
-    return on_lob(svchp, errhp, locp, [&](const lob_call &call) {
+    return on_lob(svchp, errhp, locp, [&](lob_call &call) {
         return write_wide(call, byte_amtp, char_amtp,
                           {offset,
                            0,
@@ -166,7 +168,7 @@ SQLITE_OCI_EXPORT sword OCILobWriteAppend(OCISvcCtx *svchp, OCIError *errhp, OCI
                                           void *bufp, ub4 bufl, ub1 piece, void *ctxp,
                                           OCICallbackLobWrite cbfp, ub2 csid, ub1 csfrm)
 {
-    return on_lob(svchp, errhp, lobp, [&](const lob_call &call) {
+    return on_lob(svchp, errhp, lobp, [&](lob_call &call) {
         return write_classic(call, amtp,
                              {std::nullopt,
                               0,
@@ -183,7 +185,7 @@ SQLITE_OCI_EXPORT sword OCILobWriteAppend2(OCISvcCtx *svchp, OCIError *errhp, OC
                                            ub1 piece, void *ctxp, OCICallbackLobWrite2 cbfp, ub2 csid,
                                            ub1 csfrm)
 {
-    return on_lob(svchp, errhp, lobp, [&](const lob_call &call) {
+    return on_lob(svchp, errhp, lobp, [&](lob_call &call) {
         return write_wide(call, byte_amtp, char_amtp,
                           {std::nullopt,
                            0,

@@ -1,5 +1,6 @@
 // Connecting and logging on in one step, with and without pools, and changing passwords.
 #include "calls/logon.h"
+#include "handles/callback_scope.h"
 
 namespace sqlite_oci
 {
@@ -38,6 +39,7 @@ OCISvcCtx *log_on(session_pool &from, const session_pool::wish &wanted, session_
 
 void log_off(service_context &context, const std::string *tag, bool drop)
 {
+    callback_scope::check_none();
     if (!context.made_by_logon)
         fail(24303, "only what OCILogon or OCISessionGet began is ended by OCILogoff or OCISessionRelease");
     session *const user = context.in_session.get();

@@ -1,6 +1,7 @@
 // Servers, sessions, transactions and breaks.
 #include "connections/pool.h"
 #include "handles/call.h"
+#include "handles/callback_scope.h"
 
 #include <sqlite3.h>
 
@@ -79,6 +80,7 @@ SQLITE_OCI_EXPORT sword OCIServerDetach(OCIServer *srvhp, OCIError *errhp, ub4)
 {
     return served(errhp, [&](call_errors) {
         auto &target = required<server>(srvhp);
+        callback_scope::check_none();
         if (!target.is_attached())
             fail(3114, "not connected: the server handle is not attached");
         target.detach();

@@ -190,10 +190,17 @@ void connection::end_transaction(const char *sql)
     read_only_ = false;
 }
 
+void connection::compile_anew()
+{
+    limit_sql(db_, &is_own_sql_); // a new authorizer has that effect
+}
+
 void connection::cut_off()
 {
     if (in_transaction())
         run("ROLLBACK");
+    if (lobs)
+        lobs->end(true);
     breaks_->attachment = nullptr;
     cut_off_ = true;
 }

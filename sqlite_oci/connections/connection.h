@@ -1,6 +1,7 @@
 // A session's connection to its database file, with the transaction that is open on it.
 #pragma once
 
+#include "connections/call_mutex.h"
 #include "connections/interrupt_point.h"
 #include "sql/sqlite_errors.h"
 
@@ -42,7 +43,7 @@ public:
     sqlite3 *db() const { return db_; }
 
     // Held by every call that uses db(), since service contexts of several threads may share a session.
-    std::mutex &mutex() { return mutex_; }
+    call_mutex &mutex() { return mutex_; }
 
     // --- All of these need the mutex and throw a failure.
 
@@ -67,6 +68,12 @@ public:
 
     // Runs a statement of this library's own, which may do more than one of a program.
     void execute(const char *sql);
+
+    // Notices what another session has done to the schema, so that what is compiled next fits it.
+    void look_at_schema() { execute("SELECT 1 FROM sqlite_schema LIMIT 0"); }
+
+    // Lets every statement be compiled anew before it runs again.
+    void compile_anew();
 
     // The record for a failed call of SQLite.
     error_record record(int code, sql_action action = sql_action::other,
@@ -102,7 +109,7 @@ private:
     void end_transaction(const char *sql);
 
     sqlite3 *db_ = nullptr;
-    std::mutex mutex_;
+    call_mutex mutex_;
     interrupt_point *breaks_ = nullptr;
     std::atomic<bool> cut_off_{false};
     bool read_only_ = false;

@@ -20,7 +20,7 @@ std::filesystem::path database_file(const std::string &link)
 
 void cut_off(connection &open)
 {
-    const std::scoped_lock lock(open.mutex());
+    const cleaning_lock lock(open.mutex());
     open.cut_off();
 }
 

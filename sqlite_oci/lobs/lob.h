@@ -4,32 +4,29 @@
 #include "connections/connection.h"
 #include "handles/call.h"
 #include "lobs/lob_changes.h"
+#include "lobs/lob_errors.h"
 #include "lobs/lob_transfer.h"
 #include "values/value.h"
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
 namespace sqlite_oci
 {
 
-enum lob_error : int {
-    ora_lob_not_open = 22289,
-    ora_lob_already_open = 22293,
-    ora_lob_read_only = 22294,
-    ora_lob_row_not_locked = 22920,
-    ora_no_such_lob = 22922,
-    ora_bad_lob_argument = 24801,
-};
-
-// A value behind one or more locators.
+// A value behind one or more locators, which threads and sessions may share: what is here needs the mutex.
 struct lob {
-    lob(bool is_text, std::string_view bytes) : content(is_text, bytes) {}
+    lob(bool is_text_lob, std::string_view bytes) : is_text(is_text_lob), content(is_text_lob, bytes) {}
 
-    // The content as it is now. Throws ORA-22922 when its row is gone.
+    // The content as it is now, in a call on the connection that locked its row; in others, as it was seen
+    // last. Throws ORA-22922 when its row is gone.
     lob_content &current();
 
+    std::mutex mutex; // taken after a connection's and after a locator's
+
+    const bool is_text;
     lob_content content;
     bool is_temporary = false;
 
@@ -39,7 +36,10 @@ struct lob {
     bool is_locked = false;
     bool was_changed = false; // in this transaction
     bool is_pending = false;  // changed, and not yet written to the row
-    bool is_stale = false;    // the change was rolled back
+    bool is_lost = false;     // nobody can tell its value any more
+    std::uint64_t since =
+        0; // see lob_changes::moment(): when its row was read, and when its content was the row's
+    std::uint64_t as_of = 0;
 };
 
 struct lob_locator final : object {
@@ -47,19 +47,16 @@ struct lob_locator final : object {
     using object::object;
 
     // Lets the locator stand for another value, or for none.
-    void point_to(std::shared_ptr<lob> other)
-    {
-        target = std::move(other);
-        reading.reset();
-        writing.reset();
-        open_mode = 0;
-    }
+    void point_to(std::shared_ptr<lob> other);
+    std::shared_ptr<lob> value_or_null() const;
 
     // Throws ORA-22275 for a locator that stands for nothing.
-    lob &value() const;
+    std::shared_ptr<lob> value() const;
 
-    // Throws what forbids to write through the locator on this connection.
-    void check_writable(const connection &by) const;
+    mutable std::mutex mutex; // of all below; taken after a connection's
+
+    // point_to for who holds the mutex.
+    void set_target(std::shared_ptr<lob> other);
 
     std::shared_ptr<lob> target; // null while not initialized
     ub1 open_mode = 0;           // OCI_LOB_READONLY or OCI_LOB_READWRITE while open

@@ -1,93 +1,12 @@
 #include "lobs/lob_transfer.h"
 
-#include "handles/call.h"
-#include "lobs/lob.h"
+#include "lobs/lob_errors.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace sqlite_oci
 {
-namespace
-{
-
-// As long as a value can be in SQLite.
-constexpr std::size_t longest_lob = 1'000'000'000;
-
-void check_length(std::size_t offset, std::size_t size)
-{
-    if (offset > longest_lob || size > longest_lob - offset)
-        fail(ora_bad_lob_argument, "a LOB holds at most %zu bytes", longest_lob);
-}
-
-} // namespace
-
-lob_content::lob_content(bool is_text, std::string_view bytes)
-    : is_text_(is_text),
-      bytes_(is_text && !utf8_is_valid(bytes) ? to_utf8(charset::utf8, bytes) : std::string(bytes))
-{
-}
-
-std::size_t lob_content::units_in(std::string_view part) const
-{
-    return is_text_ ? utf16_length_of_utf8(part) : part.size();
-}
-
-std::size_t lob_content::length() const
-{
-    if (!length_)
-        length_ = units_in(bytes_);
-    return *length_;
-}
-
-std::size_t lob_content::place_of(std::size_t offset) const
-{
-    if (!is_text_)
-        return std::min(offset, bytes_.size());
-    if (length_ && offset >= *length_)
-        return bytes_.size();
-    if (offset < mark_.offset)
-        mark_ = {0, 0};
-    const auto rest = std::string_view(bytes_).substr(mark_.place);
-    const std::size_t step = utf8_offset_of_utf16(rest, offset - mark_.offset);
-    mark_ = {mark_.offset + utf16_length_of_utf8(rest.substr(0, step)), mark_.place + step};
-    return mark_.place;
-}
-
-std::size_t lob_content::write(std::size_t offset, std::string_view written)
-{
-    check_length(offset, written.size());
-    const std::size_t old_length = length();
-    if (offset > old_length) {
-        const std::size_t gap = offset - old_length;
-        bytes_.append(gap, is_text_ ? ' ' : '\0');
-        length_ = old_length + gap;
-    }
-    const std::size_t from = place_of(offset);
-    const std::size_t units = units_in(written);
-    replace(from, place_of(offset + units), written, units);
-    return units;
-}
-
-void lob_content::trim(std::size_t length)
-{
-    replace(place_of(length), bytes_.size(), {}, 0);
-}
-
-void lob_content::replace(std::size_t from, std::size_t to, std::string_view written, std::size_t units)
-{
-    const std::size_t removed = units_in(std::string_view(bytes_).substr(from, to - from));
-    length_ = length() - removed + units;
-    if (mark_.place > from)
-        mark_ = {0, 0};
-    // At the end, room grows by doubling, so that appending again and again stays cheap.
-    if (to == bytes_.size()) {
-        bytes_.resize(from);
-        bytes_.append(written);
-    } else {
-        bytes_.replace(from, to - from, written);
-    }
-}
 
 lob_read::lob_read(const lob_content &from, charset to, std::size_t offset, std::size_t characters,
                    std::size_t bytes)
@@ -100,23 +19,29 @@ lob_read::lob_read(const lob_content &from, charset to, std::size_t offset, std:
         end_ = from.place_of(offset + 2);
 }
 
+bool lob_read::is_done(const lob_content &from) const
+{
+    constexpr std::size_t longest_in_any_set = 8;
+    return fitting(from, std::min(bytes_left_, longest_in_any_set)) == 0;
+}
+
 // Bytes of the content that become at most `room` bytes of the program's.
 std::size_t lob_read::fitting(const lob_content &from, std::size_t room) const
 {
-    // The content may have become shorter since the last piece.
-    const std::size_t at = std::min(at_, from.bytes().size());
-    const auto rest = std::string_view(from.bytes()).substr(at, end_ - std::min(at, end_));
-    if (!from.is_text())
-        return std::min(room, rest.size());
     constexpr std::size_t longest = 4; // bytes of UTF-8 in a character
+    // The content may have become shorter since the last piece.
+    const std::size_t at = std::min(at_, from.size());
+    const std::size_t end = std::clamp(end_, at, from.size());
+    if (!from.is_text())
+        return std::min(room, end - at);
+    const auto rest = from.part(at, room < (end - at) / longest ? at + (room + 1) * longest : end);
     switch (set_) {
     case charset::utf8:
         return rest.size() <= room ? rest.size() : cut(charset::utf8, rest, room);
     case charset::utf16:
-        return utf8_offset_of_utf16(room < rest.size() ? rest.substr(0, room / 2 * 3 + longest) : rest,
-                                    room / 2);
+        return utf8_offset_of_utf16(rest, room / 2);
     default:
-        return utf8_offset(room < rest.size() ? rest.substr(0, room * longest) : rest, room);
+        return utf8_offset(rest, room);
     }
 }
 
@@ -125,7 +50,7 @@ lob_amounts lob_read::take(const lob_content &from, void *buffer, std::size_t ro
     const std::size_t size = fitting(from, std::min(room, bytes_left_));
     if (size == 0)
         fail(ora_bad_lob_argument, "the buffer of %zu bytes has no room for the next character", room);
-    const auto part = std::string_view(from.bytes()).substr(at_, size);
+    const auto part = from.part(at_, at_ + size);
     at_ += size;
     lob_amounts taken{size, from.units_in(part)};
     if (from.is_text() && set_ != charset::utf8) {
@@ -140,7 +65,7 @@ lob_amounts lob_read::take(const lob_content &from, void *buffer, std::size_t ro
 
 void lob_write::add(std::string_view piece)
 {
-    check_length(gathered_.size(), piece.size());
+    check_lob_length(gathered_.size(), piece.size());
     received_ += piece.size();
     if (!is_text_) {
         gathered_ += piece;

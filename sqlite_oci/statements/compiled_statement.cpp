@@ -61,8 +61,14 @@ void compiled_statement::reset()
     if (!compiled_)
         return;
     const auto on = on_; // outlives the lock
-    const std::scoped_lock lock(on->mutex());
+    const cleaning_lock lock(on->mutex());
     finalize();
+}
+
+void compiled_statement::leave_other(const connection &than)
+{
+    if (on_.get() != &than)
+        reset();
 }
 
 void compiled_statement::finalize()

@@ -225,11 +225,8 @@ column_descriptions describe_columns(sqlite3_stmt *query, std::string_view text,
 {
     column_reader reader(query, text);
     column_descriptions result;
-    const int columns = sqlite3_column_count(query);
-    for (int column = 0; column < columns; ++column) {
-        const auto index = static_cast<std::size_t>(column);
-        result.push_back(reader.read(column, index < kinds.size() ? kinds[index] : value_kind::null));
-    }
+    for (const value_kind kind : kinds)
+        result.push_back(reader.read(static_cast<int>(result.size()), kind));
     return result;
 }
 
@@ -246,7 +243,9 @@ object_description describe_object(const connection &on, std::string_view name, 
     result.name = has_quoted(found.sql, found.name) ? found.name : upper_case(found.name);
     result.schema = on.user;
     result.kind = found_kind;
-    result.columns = describe_columns(compile(on.db(), query).get(), found.sql, {});
+    const auto whole = compile(on.db(), query);
+    const std::vector columns(static_cast<std::size_t>(sqlite3_column_count(whole.get())), value_kind::null);
+    result.columns = describe_columns(whole.get(), found.sql, columns);
     return result;
 }
 
@@ -280,7 +279,7 @@ const column_descriptions &statement::columns()
     if (!is_described)
         fail(24338, "the statement was not executed, so its columns are not known");
     if (columns_.empty() && column_count > 0)
-        columns_ = compiled_.describe(text.original, value_kinds());
+        columns_ = (locked_.empty() ? compiled_ : locking_).describe(text.original, value_kinds());
     return columns_;
 }
 
@@ -307,7 +306,7 @@ std::vector<value_kind> statement::value_kinds() const
 column_descriptions compiled_statement::describe(std::string_view text,
                                                  const std::vector<value_kind> &kinds) const
 {
-    const std::scoped_lock lock(on_->mutex());
+    const cleaning_lock lock(on_->mutex());
     return describe_columns(compiled_, text, kinds);
 }
 

@@ -30,9 +30,9 @@ struct object_description {
     column_descriptions columns;
 };
 
-// The columns of a compiled query. `text` tells which of their names are quoted and so keep their case; those
-// without a declared type are described by the kinds of their values, `kinds`, where these are known. Needs
-// the connection's mutex.
+// The first columns of a compiled query, one for each of `kinds`: by the kinds of their values, null where it
+// is not known, those are described that have no declared type. `text` tells which of their names are quoted
+// and so keep their case. Needs the connection's mutex.
 column_descriptions describe_columns(sqlite3_stmt *query, std::string_view text,
                                      const std::vector<value_kind> &kinds);
 

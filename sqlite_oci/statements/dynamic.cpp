@@ -86,8 +86,12 @@ value bind::gather(std::size_t row)
         void *buffer = nullptr, *indicator = nullptr;
         ub4 length = 0;
         piece = is_first ? OCI_FIRST_PIECE : OCI_NEXT_PIECE;
-        check_answer(in_callback_(in_context_, static_cast<OCIBind *>(handle), static_cast<ub4>(row), 0,
-                                  &buffer, &length, &piece, &indicator));
+        const sb4 answer = [&] {
+            const callback_scope scope(owner);
+            return in_callback_(in_context_, static_cast<OCIBind *>(handle), static_cast<ub4>(row), 0,
+                                &buffer, &length, &piece, &indicator);
+        }();
+        check_answer(answer);
         if (indicator && *static_cast<const sb2 *>(indicator) == OCI_IND_NULL)
             return {};
         if (buffer)
@@ -120,8 +124,12 @@ void define::give(const value &fetched, std::size_t row, fetch_outcome &outcome)
 
     define_piece given;
     do {
-        check_answer(callback_(context_, static_cast<OCIDefine *>(handle), static_cast<ub4>(row),
-                               &given.buffer, &given.length, &given.piece, &given.indicator, &given.code));
+        const sb4 answer = [&] {
+            const callback_scope scope(owner);
+            return callback_(context_, static_cast<OCIDefine *>(handle), static_cast<ub4>(row), &given.buffer,
+                             &given.length, &given.piece, &given.indicator, &given.code);
+        }();
+        check_answer(answer);
         if (!given.length || (!given.buffer && !is_null))
             fail(24343, "the program's callback gave no buffer, or no place for its length");
         std::size_t size = 0;

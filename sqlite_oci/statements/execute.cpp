@@ -37,12 +37,15 @@ private:
 
 sword statement::execute(const service_context &context, const execution &how, call_errors errors)
 {
+    check_idle();
     if (!is_prepared)
         fail(24337, "the statement handle is not prepared");
     if (awaited_.of && awaited_.by_execution)
-        return continue_fetch(errors);
+        return fetch(1, OCI_FETCH_NEXT, 0, errors);
     const auto shared = context.shared_connection();
     connection &on = *shared;
+    compiled_.leave_other(on);
+    locking_.leave_other(on);
     const std::scoped_lock lock(on.mutex());
     on.start_call();
     forget_execution();
@@ -55,13 +58,18 @@ sword statement::execute(const service_context &context, const execution &how, c
         on.rollback();
         return OCI_SUCCESS;
     }
-    if (!text.goes_back())
-        lobs_of(on).write_back(on);
+    if (on.lobs && !text.goes_back())
+        on.lobs->write_back(on);
 
+    const bool is_to_run = (how.mode & (OCI_PARSE_ONLY | OCI_DESCRIBE_ONLY)) == 0;
+    if (!is_to_run) {
+        compiled_.reset();
+        on.look_at_schema();
+    }
     compiled_.compile(shared, text, &error_offset);
     column_count = static_cast<ub4>(sqlite3_column_count(compiled_.get()));
     is_described = true;
-    if (how.mode & (OCI_PARSE_ONLY | OCI_DESCRIBE_ONLY))
+    if (!is_to_run)
         return OCI_SUCCESS;
     check_binds();
     if (!collect_pieces(how)) {
@@ -100,6 +108,7 @@ void statement::forget_execution()
     changed_row_.reset();
     rows_.clear();
     columns_.clear();
+    locked_.clear();
     forget_too_many_parameters();
 }
 
@@ -155,22 +164,51 @@ void statement::fail_in_engine(connection &on, int code)
     throw std::move(failed);
 }
 
-// The query to run instead where locators need to know the rows that it locks: null for all others.
-sqlite3_stmt *statement::locking_query(const std::shared_ptr<connection> &on)
+// Whether there is a query to run instead, which tells locators the rows that it locks.
+bool statement::compile_locking(const std::shared_ptr<connection> &on)
 {
-    locked_.clear();
+    if (!text.for_update)
+        return false;
     sql_text with_identity = text;
     with_identity.for_engine = locked_rows::with_identity(text);
     if (with_identity.for_engine.empty())
-        return nullptr;
+        return false;
     try {
         ub2 ignored = 0;
         locking_.compile(on, with_identity, &ignored);
     } catch (const failure &) {
-        return nullptr;
+        return false;
     }
-    locked_.start(on, locking_.get());
-    return locking_.get();
+    return true;
+}
+
+// Runs that query; false, with nothing read, where it is none or no longer one.
+bool statement::try_locking(const std::shared_ptr<connection> &on)
+{
+    if (!compile_locking(on))
+        return false;
+    sqlite3_stmt *const running = locking_.get();
+    bind_row(running, 0);
+    const run_end end{running};
+    const int code = sqlite3_step(running);
+    if (code == SQLITE_ROW || code == SQLITE_DONE) {
+        locked_.start(on, running);
+        read_rows(*on, running, code);
+        return true;
+    }
+    // Compiled anew, it may have met a table without such rows; the plain query tells all other errors.
+    return false;
+}
+
+// The step before may have compiled the query anew, with other columns than it had.
+void statement::read_rows(connection &on, sqlite3_stmt *running, int code)
+{
+    column_count = static_cast<ub4>(sqlite3_column_count(running)) - (locked_.empty() ? 0 : 1);
+    for (; code == SQLITE_ROW; code = step(on, running)) {
+        rows_.append(running, static_cast<int>(column_count));
+        if (!locked_.empty())
+            locked_.append(running);
+    }
 }
 
 sword statement::run_query(const std::shared_ptr<connection> &shared, const execution &how,
@@ -179,16 +217,12 @@ sword statement::run_query(const std::shared_ptr<connection> &shared, const exec
     connection &on = *shared;
     if (text.for_update)
         on.begin_changes();
-    sqlite3_stmt *const locking = locking_query(shared);
-    sqlite3_stmt *const running = locking ? locking : compiled_.get();
-    bind_row(running, 0);
-    {
+    if (!try_locking(shared)) {
+        locking_.reset();
+        sqlite3_stmt *const running = compiled_.get();
+        bind_row(running, 0);
         const run_end end{running};
-        while (step(on, running) == SQLITE_ROW) {
-            rows_.append(running, static_cast<int>(column_count));
-            if (locking)
-                locked_.append(locking);
-        }
+        read_rows(on, running, step(on, running));
     }
     is_executed = true;
     is_scrollable_ = (how.mode & OCI_STMT_SCROLLABLE_READONLY) != 0;
@@ -196,7 +230,7 @@ sword statement::run_query(const std::shared_ptr<connection> &shared, const exec
         return OCI_SUCCESS;
     if (how.mode & OCI_EXACT_FETCH)
         return fetch_exactly(how.iterations, errors);
-    const sword status = fetch(how.iterations, OCI_FETCH_NEXT, 0, errors);
+    const sword status = fetch_rows(how.iterations, OCI_FETCH_NEXT, 0, errors);
     awaited_.by_execution = status == OCI_NEED_DATA;
     return status;
 }
@@ -204,7 +238,7 @@ sword statement::run_query(const std::shared_ptr<connection> &shared, const exec
 sword statement::fetch_exactly(ub4 rows, call_errors errors)
 {
     const std::size_t found = rows_.size();
-    const sword status = fetch(rows, OCI_FETCH_NEXT, 0, errors);
+    const sword status = fetch_rows(rows, OCI_FETCH_NEXT, 0, errors);
     if (found <= rows)
         return status;
     rows_.clear();
@@ -262,7 +296,8 @@ void statement::run_savepoint(connection &on)
     if (!on.in_transaction())
         on.begin();
     run_once(on);
-    lobs_of(on).undo(); // where the transaction goes back, locators follow it
+    if (on.lobs && text.goes_back())
+        lobs_of(on).undo();
 }
 
 void statement::run_once(connection &on)

@@ -8,6 +8,16 @@ namespace sqlite_oci
 
 sword statement::fetch(ub4 rows, ub2 orientation, sb4 offset, call_errors errors)
 {
+    check_idle();
+    const auto on = locked_.connection_or_null(); // locators of a session share their values
+    if (!on)
+        return fetch_rows(rows, orientation, offset, errors);
+    const std::scoped_lock lock(on->mutex());
+    return fetch_rows(rows, orientation, offset, errors);
+}
+
+sword statement::fetch_rows(ub4 rows, ub2 orientation, sb4 offset, call_errors errors)
+{
     if (!is_executed || text.kind != statement_kind::query)
         fail(24338, "the statement was not executed, or is no query");
     if (rows == 0) {

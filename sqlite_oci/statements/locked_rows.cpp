@@ -27,6 +27,12 @@ bool is_of_same_table(const origin &one, const origin &other)
            std::string_view(one.schema) == other.schema;
 }
 
+// A table may have a column of its own with the name that stands for the row's number.
+bool is_identity(const origin &row)
+{
+    return row.column && sqlite3_stricmp(row.column, "_rowid_") != 0;
+}
+
 } // namespace
 
 // A join makes the added name ambiguous and a view does not have it: then the text does not compile.
@@ -42,15 +48,23 @@ std::string locked_rows::with_identity(const sql_text &text)
 void locked_rows::start(const std::shared_ptr<connection> &on, sqlite3_stmt *query)
 {
     clear();
+    lob_changes &lobs = lobs_of(*on);
     on_ = on;
-    transaction_ = lobs_of(*on).transaction();
+    transaction_ = lobs.transaction();
+    read_at_ = lobs.moment();
     row_column_ = sqlite3_column_count(query) - 1;
-    const origin row = origin_of(query, row_column_);
     columns_.resize(static_cast<std::size_t>(row_column_));
+    const origin row = origin_of(query, row_column_);
+    has_identity_ = is_identity(row);
+    if (!has_identity_)
+        return;
     for (int column = 0; column < row_column_; ++column) {
         const origin of = origin_of(query, column);
-        if (is_of_same_table(of, row))
-            columns_[static_cast<std::size_t>(column)] = lob_cell{of.schema, of.table, of.column, 0};
+        if (!is_of_same_table(of, row))
+            continue;
+        auto &cell = columns_[static_cast<std::size_t>(column)].emplace();
+        cell = {of.schema, of.table, of.column, 0};
+        lobs.watch(cell);
     }
 }
 
@@ -63,11 +77,14 @@ void locked_rows::clear()
 void locked_rows::lock(lob_locator &locator, std::size_t row, std::size_t column) const
 {
     const auto on = on_.lock();
-    if (!on || row >= rows_.size() || column >= columns_.size() || !columns_[column] || !locator.target)
+    if (!on || row >= rows_.size() || column >= columns_.size() || !columns_[column])
+        return;
+    const std::scoped_lock guard(locator.mutex);
+    if (!locator.target)
         return;
     lob_cell cell = *columns_[column];
     cell.row = rows_[row];
-    locator.target = lobs_of(*on).lock(on, transaction_, cell, std::move(locator.target));
+    locator.target = lobs_of(*on).lock(on, transaction_, read_at_, cell, std::move(locator.target));
 }
 
 } // namespace sqlite_oci

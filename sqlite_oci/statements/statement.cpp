@@ -47,6 +47,7 @@ template <class T> T &add_to(std::vector<std::unique_ptr<T>> &all, statement &ow
 
 void statement::prepare(std::string sql)
 {
+    check_idle();
     text = analyse(std::move(sql));
     is_prepared = true;
     is_executed = false;
@@ -83,6 +84,7 @@ std::string statement::row_identity() const
 
 bind &statement::bind_position(bind *known, ub4 position)
 {
+    check_idle();
     if (position == 0 || position > bound_.size())
         fail(1036, "there is no bind variable at position %u", position);
     return bind_placeholders(known, {position - 1});
@@ -90,6 +92,7 @@ bind &statement::bind_position(bind *known, ub4 position)
 
 bind &statement::bind_name(bind *known, std::string_view name)
 {
+    check_idle();
     const std::string wanted = upper_case(name.starts_with(':') ? name.substr(1) : name);
     std::vector<std::size_t> placeholders;
     for (std::size_t i = 0; i < text.placeholders.size(); ++i)
@@ -117,6 +120,7 @@ bind &statement::bind_placeholders(bind *known, std::vector<std::size_t> placeho
 
 define &statement::define_position(define *known, ub4 position)
 {
+    check_idle();
     if (position == 0 || position > most_columns || (is_described && position > column_count))
         fail(1007, "the query has no column %u", position);
     if (defined_.size() < position)

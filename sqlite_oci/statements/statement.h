@@ -3,6 +3,7 @@
 
 #include "connections/session.h"
 #include "handles/call.h"
+#include "handles/callback_scope.h"
 #include "sql/sql_text.h"
 #include "statements/describe.h"
 #include "statements/locked_rows.h"
@@ -174,12 +175,16 @@ public:
     // with the error's place in *error_offset.
     void compile(const std::shared_ptr<connection> &on, const sql_text &text, ub2 *error_offset);
 
-    // Takes the connection's mutex.
+    // Takes the connection's mutex, unless it is held.
     void reset();
+
+    // reset() of what is compiled for another connection. Before this one's mutex is taken: a thread that
+    // held it would wait for the other one's.
+    void leave_other(const connection &than);
 
     sqlite3_stmt *get() const { return compiled_; }
 
-    // The columns of what is compiled, as describe_columns does. Takes the connection's mutex.
+    // The first columns of what is compiled, as describe_columns does. Takes the connection's mutex.
     column_descriptions describe(std::string_view text, const std::vector<value_kind> &kinds) const;
 
 private:
@@ -283,7 +288,11 @@ private:
     bool collect_pieces(const execution &how);
     bool await_bind(const variable *after, std::size_t row);
 
-    sqlite3_stmt *locking_query(const std::shared_ptr<connection> &on);
+    bool compile_locking(const std::shared_ptr<connection> &on);
+    bool try_locking(const std::shared_ptr<connection> &on);
+    void read_rows(connection &on, sqlite3_stmt *running, int code);
+    sword fetch_rows(ub4 rows, ub2 orientation, sb4 offset, call_errors errors);
+    void check_idle() const { callback_scope::check(*this); }
 
     compiled_statement compiled_;
     row_store rows_;

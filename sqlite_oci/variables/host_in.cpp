@@ -160,14 +160,16 @@ value read_oci_date(const host_type &, const void *source, std::size_t, std::str
 }
 
 // A LOB without content is a value, not null, and of the kind that it is bound as.
-value read_locator(const host_type &host, const void *source, std::size_t, std::string &)
+value read_locator(const host_type &host, const void *source, std::size_t, std::string &scratch)
 {
     const lob_locator *locator = locator_in(source);
     if (!locator)
         fail(ora_invalid_locator, "the bound pointer is no LOB locator of this library");
-    const lob_content &content = locator->value().current();
-    const bool is_text = content.bytes().empty() ? host.type == SQLT_CLOB : content.is_text();
-    return {.kind = is_text ? value_kind::text : value_kind::blob, .bytes = content.bytes()};
+    const auto bound = locator->value();
+    const std::scoped_lock lock(bound->mutex);
+    scratch = bound->current().bytes(); // another thread may write to it while the statement runs
+    const bool is_text = scratch.empty() ? host.type == SQLT_CLOB : bound->is_text;
+    return {.kind = is_text ? value_kind::text : value_kind::blob, .bytes = scratch};
 }
 
 host_reader integer_reader(std::size_t size)

@@ -2,7 +2,9 @@
 // statements and descriptors in other states than a program thinks.
 #include "client.h"
 
+#include <atomic>
 #include <csignal>
+#include <thread>
 
 #include <sys/time.h>
 
@@ -141,6 +143,189 @@ TEST_F(robustness, a_session_whose_commit_fails_ends)
         EXPECT_EQ(db.run("INSERT INTO p VALUES (1)"), 0) << "no lock is left: " << db.message();
     }
     EXPECT_EQ(db.ask("SELECT count(*) FROM c"), "0");
+}
+
+TEST_F(robustness, a_kept_query_for_update_sees_the_table_as_it_is)
+{
+    db.run_all({"CREATE TABLE t (c CLOB, k NUMBER)", "INSERT INTO t VALUES ('first', 1)",
+                "INSERT INTO t VALUES ('second', 2)", "COMMIT"});
+    const connected_client other;
+    const prepared query(db, "SELECT * FROM t WHERE k = 1 FOR UPDATE");
+    OCILobLocator *value = locator();
+    ASSERT_TRUE(db.succeeds(query.define(1, &value, -1, SQLT_CLOB)));
+    ub4 columns = 2;
+    for (const connected_client *const by : {static_cast<const connected_client *>(&db), &other}) {
+        ASSERT_TRUE(db.succeeds(query.execute(1)));
+        EXPECT_EQ(query.attribute<ub4>(OCI_ATTR_PARAM_COUNT), columns);
+        ASSERT_EQ(db.roll_back(), OCI_SUCCESS);
+        const std::string added = "x" + std::to_string(++columns);
+        ASSERT_EQ(by->run("ALTER TABLE t ADD " + added + " NUMBER DEFAULT 2"), 0) << by->message();
+        ASSERT_TRUE(db.succeeds(query.execute(1)));
+        EXPECT_EQ(query.attribute<ub4>(OCI_ATTR_PARAM_COUNT), columns);
+        void *last = nullptr;
+        EXPECT_TRUE(db.succeeds(OCIParamGet(query.handle, OCI_HTYPE_STMT, db.errors, &last, columns)));
+        ASSERT_EQ(write(value, "by " + added), OCI_SUCCESS);
+        ASSERT_EQ(db.commit(), OCI_SUCCESS);
+        EXPECT_EQ(db.ask("SELECT group_concat(c) FROM t"), "by " + added + ",second");
+    }
+    ASSERT_EQ(other.run("ALTER TABLE t ADD z NUMBER"), 0);
+    ASSERT_TRUE(db.succeeds(query.execute(0, OCI_DESCRIBE_ONLY)));
+    EXPECT_EQ(query.attribute<ub4>(OCI_ATTR_PARAM_COUNT), columns + 1);
+    db.run_all({"DROP TABLE t", "CREATE TABLE s (c CLOB, k NUMBER)", "INSERT INTO s VALUES ('kept', 1)",
+                "CREATE VIEW t AS SELECT c, k FROM s"});
+    ASSERT_TRUE(db.succeeds(query.execute(1))) << "it is a query all the same";
+    EXPECT_EQ(write(value, "lost"), OCI_ERROR) << "but locks no row that it knows";
+    EXPECT_EQ(db.ask("SELECT c FROM s"), "kept");
+}
+
+TEST_F(robustness, locators_follow_what_sql_does_to_their_row)
+{
+    const std::string row = "INSERT INTO t VALUES (1, 'abcdef')";
+    db.run_all({"CREATE TABLE t (id INTEGER PRIMARY KEY, c CLOB)", row, "COMMIT"});
+    const struct {
+        std::vector<std::string> statements;
+        std::string expected; // the row's value, after a write; nothing where its row is another one
+    } cases[] = {
+        {{"UPDATE t SET c = 'by SQL'"}, "!! SQL"},
+        {{"UPDATE t SET id = 1"}, "!!cdef"},
+        {{"SAVEPOINT s", "UPDATE t SET c = 'by SQL'", "ROLLBACK TO s"}, "!!cdef"},
+        {{"DELETE FROM t", row}, ""},
+        {{"DELETE FROM t WHERE id = 1", row}, ""},
+        {{"UPDATE t SET id = 2", row}, ""},
+        {{"CREATE TABLE u (id NUMBER)"}, ""}, // commits
+    };
+    for (const auto &[statements, expected] : cases) {
+        SCOPED_TRACE(statements.front());
+        OCILobLocator *const value = select("SELECT c FROM t WHERE id = 1 FOR UPDATE");
+        ASSERT_EQ(write(value, "X"), OCI_SUCCESS);
+        ASSERT_EQ(db.run("UPDATE t SET c = 'abcdef'"), 0);
+        for (const std::string &sql : statements)
+            ASSERT_EQ(db.run(sql), 0) << db.message();
+        EXPECT_EQ(write(value, "!!"), expected.empty() ? OCI_ERROR : OCI_SUCCESS);
+        EXPECT_EQ(db.ask("SELECT c FROM t WHERE id = 1"), expected.empty() ? "abcdef" : expected);
+        ASSERT_EQ(db.roll_back(), OCI_SUCCESS);
+    }
+}
+
+// What the callback of a read finds out; its locator stays as it is.
+struct visit {
+    const connected_client &client;
+    OCILobLocator *locator;
+    std::vector<int> codes;
+};
+
+TEST_F(robustness, a_callback_does_not_wait_for_its_own_call)
+{
+    OCILobLocator *const value = locator();
+    ASSERT_TRUE(db.succeeds(OCILobCreateTemporary(db.service, db.errors, value, 0, SQLCS_IMPLICIT,
+                                                  OCI_TEMP_CLOB, 0, OCI_DURATION_SESSION)));
+    ASSERT_EQ(write(value, "abc"), OCI_SUCCESS);
+    const connected_client other;
+    visit seen{db, value, {}};
+    char buffer[2];
+    ub4 amount = 0;
+    const auto call_back = [](void *context, const void *, ub4, ub1) -> sb4 {
+        auto &[client, locator, codes] = *static_cast<visit *>(context);
+        int is_set = 0;
+        codes.push_back(client.run("SELECT 1 FROM dual"));
+        codes.push_back(OCILogoff(client.service, client.errors) == OCI_ERROR ? client.code() : 0);
+        codes.push_back(OCIDescriptorFree(locator, OCI_DTYPE_LOB));
+        codes.push_back(OCIHandleFree(client.session, OCI_HTYPE_SESSION));
+        codes.push_back(OCILobLocatorIsInit(client.env, client.errors, locator, &is_set));
+        codes.push_back(connected_client().run("SELECT 1 FROM dual"));
+        return OCI_CONTINUE;
+    };
+    ASSERT_TRUE(db.succeeds(OCILobRead(db.service, db.errors, value, &amount, 1, buffer, sizeof buffer, &seen,
+                                       call_back, 0, SQLCS_IMPLICIT)));
+    const std::vector<int> each{3127, 3127, OCI_ERROR, OCI_ERROR, 0, 0};
+    std::vector<int> twice = each;
+    twice.insert(twice.end(), each.begin(), each.end());
+    EXPECT_EQ(seen.codes, twice);
+    EXPECT_EQ(db.ask("SELECT 'on' FROM dual"), "on");
+}
+
+TEST_F(robustness, a_lob_is_opened_without_a_lock_and_read_when_empty)
+{
+    db.run_all({"CREATE TABLE t (c CLOB)", "INSERT INTO t VALUES (empty_clob())", "COMMIT"});
+    OCILobLocator *const value = select("SELECT c FROM t");
+    EXPECT_TRUE(db.succeeds(OCILobOpen(db.service, db.errors, value, OCI_LOB_READWRITE)));
+    EXPECT_EQ(write(value, "x"), OCI_ERROR);
+    EXPECT_EQ(db.code(), 22920);
+    EXPECT_TRUE(db.succeeds(OCILobClose(db.service, db.errors, value)));
+    char buffer[10];
+    for (const auto &[offset, expected] : {std::pair{1U, OCI_SUCCESS}, {2U, OCI_NO_DATA}}) {
+        ub4 amount = 5;
+        EXPECT_EQ(OCILobRead(db.service, db.errors, value, &amount, offset, buffer, sizeof buffer, nullptr,
+                             nullptr, 0, SQLCS_IMPLICIT),
+                  expected);
+        EXPECT_EQ(amount, 0u);
+    }
+}
+
+// Runs `work(number)` in some threads, and waits for all.
+template <class Work> void in_threads(Work work)
+{
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 3; ++number)
+        threads.emplace_back(work, number);
+    for (std::thread &one : threads)
+        one.join();
+}
+
+TEST_F(robustness, threads_of_a_session_share_what_they_lock)
+{
+    constexpr ub4 size = 20'000;
+    db.run_all(
+        {"CREATE TABLE t (id NUMBER, c CLOB)", "INSERT INTO t VALUES (1, rpad('x', 20000, 'x'))", "COMMIT"});
+    std::atomic<int> wrong = 0;
+    in_threads([&](int) {
+        auto *const errors = allocate<OCIError>(db.env, OCI_HTYPE_ERROR);
+        auto *const query = allocate<OCIStmt>(db.env, OCI_HTYPE_STMT);
+        OCILobLocator *value = locator();
+        OCIDefine *defined = nullptr;
+        constexpr std::string_view sql = "SELECT c FROM t WHERE id = 1 FOR UPDATE";
+        wrong += OCIStmtPrepare(query, errors, text(sql), sql.size(), OCI_NTV_SYNTAX, OCI_DEFAULT) != 0;
+        wrong += OCIDefineByPos(query, &defined, errors, 1, &value, 8, SQLT_CLOB, nullptr, nullptr, nullptr,
+                                OCI_DEFAULT) != 0;
+        std::string read(size + 100, '\0');
+        for (int round = 0; round < 40; ++round) {
+            wrong += OCIStmtExecute(db.service, query, errors, 0, 0, nullptr, nullptr, OCI_DEFAULT) != 0;
+            wrong += OCIStmtFetch2(query, errors, 1, OCI_FETCH_NEXT, 0, OCI_DEFAULT) != 0;
+            ub4 amount = 1;
+            char same = 'x';
+            wrong += OCILobWrite(db.service, errors, value, &amount, size / 2, &same, 1, OCI_ONE_PIECE,
+                                 nullptr, nullptr, 0, SQLCS_IMPLICIT) != 0;
+            amount = 0;
+            wrong += OCILobRead(db.service, errors, value, &amount, 1, read.data(), size + 100, nullptr,
+                                nullptr, 0, SQLCS_IMPLICIT) != 0;
+            wrong += amount != size || read.find_first_not_of('x') != size;
+        }
+    });
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(robustness, sessions_read_through_copies_of_one_locator)
+{
+    db.run_all(
+        {"CREATE TABLE t (c CLOB)", "INSERT INTO t VALUES (rpad('\xC3\xA9', 10000, '\xC3\xA9'))", "COMMIT"});
+    OCILobLocator *const original = select("SELECT c FROM t");
+    std::atomic<int> wrong = 0;
+    in_threads([&](int number) {
+        const connected_client own;
+        void *made = nullptr;
+        wrong += OCIDescriptorAlloc(own.env, &made, OCI_DTYPE_LOB, 0, nullptr) != 0;
+        auto *copy = static_cast<OCILobLocator *>(made);
+        wrong += OCILobAssign(own.env, own.errors, original, &copy) != 0;
+        char buffer[400];
+        for (ub4 round = 0; round < 300; ++round) {
+            ub4 amount = 50;
+            const ub4 offset = 1 + round * 7919 * static_cast<ub4>(number + 1) % 9900;
+            wrong += OCILobRead(own.service, own.errors, copy, &amount, offset, buffer, sizeof buffer,
+                                nullptr, nullptr, 0, SQLCS_IMPLICIT) != 0;
+            wrong += amount != 100;
+        }
+    });
+    EXPECT_EQ(wrong, 0);
 }
 
 OCISvcCtx *broken_service;
