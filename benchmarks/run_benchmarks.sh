@@ -53,4 +53,5 @@ missed=0
 measure call_cost --benchmark_repetitions=9 --benchmark_min_time=0.05 || missed=1
 measure extended_cost --benchmark_repetitions=9 --benchmark_min_time=0.05 || missed=1
 measure array_rows --benchmark_repetitions=5 || missed=1
+"$build/bin/lob_pieces" || missed=1
 exit "$missed"
