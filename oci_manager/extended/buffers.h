@@ -17,7 +17,7 @@ struct omx_variable {
     uint64_t key;       /* what it is for: a position, or the hash of a name */
     omx_handle *handle; /* the bind or define */
     ub1 family; /* of the descriptors in the buffer; 0: it holds plain values, and what follows is unused */
-    bool is_plain;      /* a plain value that OCIBindByPos may bind again as it is */
+    bool is_plain; /* a plain value that OCIBindByPos may bind again as it is */
     bool by_name;
     bool has_skips;
     ub2 dty;
