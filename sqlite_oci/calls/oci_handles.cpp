@@ -82,6 +82,10 @@ sword allocate(const void *parent, void **result, ub4 kind, std::size_t user_siz
         return OCI_INVALID_HANDLE;
     environment &env = *above->env;
     try {
+        if (above->kind == OCI_HTYPE_STMT && (kind == OCI_HTYPE_BIND || kind == OCI_HTYPE_DEFINE)) {
+            *result = static_cast<statement *>(above)->make_variable(kind).handle;
+            return OCI_SUCCESS;
+        }
         auto made = make_object(env, kind);
         if (!made)
             fail(3001, "handles and descriptors of type %u are not served", kind);

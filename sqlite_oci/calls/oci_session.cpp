@@ -55,7 +55,10 @@ sword server_version(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1
 {
     return served(errhp, [&](call_errors) {
         const auto &env = connected_environment(hndlp, hndltype);
-        env.copy_out(std::string("sqlite_oci on SQLite ") + sqlite3_libversion(), bufp, bufsz);
+        env.copy_out(std::string("sqlite_oci on SQLite ") + sqlite3_libversion() +
+                         ", for programs of Release " + std::to_string(OCI_MAJOR_VERSION) + '.' +
+                         std::to_string(OCI_MINOR_VERSION) + ".0.0.0",
+                     bufp, bufsz);
         return OCI_SUCCESS;
     });
 }
@@ -183,10 +186,9 @@ SQLITE_OCI_EXPORT sword OCIServerRelease(void *hndlp, OCIError *errhp, OraText *
                                          ub4 *version)
 {
     const sword status = server_version(hndlp, errhp, bufp, bufsz, hndltype);
-    if (status == OCI_SUCCESS && version) {
-        const auto number = static_cast<ub4>(sqlite3_libversion_number()); // 3040001: 3.40.1
-        *version = (number / 1000000) << 24 | (number / 1000 % 1000) << 16 | (number % 1000) << 8;
-    }
+    // As programs take it apart: eight bits of the release, four, eight, four and eight.
+    if (status == OCI_SUCCESS && version)
+        *version = ub4{OCI_MAJOR_VERSION} << 24 | ub4{OCI_MINOR_VERSION} << 20;
     return status;
 }
 

@@ -42,6 +42,8 @@ sword statement::execute(const service_context &context, const execution &how, c
         fail(24337, "the statement handle is not prepared");
     if (awaited_.of && awaited_.by_execution)
         return fetch(1, OCI_FETCH_NEXT, 0, errors);
+    if (open_cursor(context, errors))
+        return OCI_SUCCESS;
     const auto shared = context.shared_connection();
     connection &on = *shared;
     compiled_.leave_other(on);

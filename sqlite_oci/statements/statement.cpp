@@ -136,6 +136,13 @@ define &statement::define_position(define *known, ub4 position)
     return used;
 }
 
+variable &statement::make_variable(ub4 of_kind)
+{
+    if (of_kind == OCI_HTYPE_BIND)
+        return add_to(binds_, *this);
+    return add_to(defines_, *this);
+}
+
 bool statement::release(variable *freed)
 {
     if (awaited_.of == freed)

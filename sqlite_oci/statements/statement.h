@@ -220,6 +220,9 @@ struct statement final : object, parameter_owner {
     bind &bind_name(bind *known, std::string_view name);
     define &define_position(define *known, ub4 position);
     bool release(variable *freed);
+
+    // A bind or a define that serves no place yet, for programs that allocate them by hand.
+    variable &make_variable(ub4 of_kind);
     bind *bind_at(std::size_t placeholder) const { return bound_[placeholder]; }
 
     // --- Execution and fetch, as OCIStmtExecute and OCIStmtFetch2 define them.
@@ -285,6 +288,8 @@ private:
     bool store_row(row_store::reader &reader, fetch_outcome &outcome);
     sword end_fetch(const fetch_outcome &outcome, call_errors errors);
     void give_up_pieces();
+    bool open_cursor(const service_context &context, call_errors errors);
+    bind *bind_of_name(std::string_view name) const;
     bool collect_pieces(const execution &how);
     bool await_bind(const variable *after, std::size_t row);
 

@@ -132,6 +132,14 @@ written write_string(const host_type &host, const value &fetched, void *target)
     return pointer_written;
 }
 
+// --- Cursors
+
+// Statement handles are no values of SQL: only a block that opens a cursor looks at them.
+value refuse_cursor(const host_type &, const void *, std::size_t, std::string &)
+{
+    fail(ora_inconsistent_types, "a statement handle gets its query from BEGIN OPEN :c FOR SELECT ...; END;");
+}
+
 // --- Variables that begin with their length
 
 bool has_long_length(ub2 type)
@@ -185,6 +193,8 @@ host_reader find_descriptor_reader(ub2 type)
         return read_rowid;
     case SQLT_VST:
         return read_string;
+    case SQLT_RSET:
+        return refuse_cursor;
     default:
         return nullptr;
     }

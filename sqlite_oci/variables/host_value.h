@@ -36,6 +36,7 @@ inline bool is_descriptor(ub2 type)
     case SQLT_INTERVAL_DS:
     case SQLT_RDD:
     case SQLT_VST:
+    case SQLT_RSET:
         return true;
     default:
         return is_locator(type);

@@ -253,5 +253,32 @@ TEST_F(dynamic, values_pass_in_pieces_between_calls)
               OCI_INVALID_HANDLE);
 }
 
+TEST_F(sqlite_oci_test, blocks_open_cursors_for_bound_statements)
+{
+    db.run_all({"CREATE TABLE t (a NUMBER)", "INSERT INTO t VALUES (1)", "INSERT INTO t VALUES (2)",
+                "INSERT INTO t VALUES (3)"});
+    const prepared block(db, "begin open :c for select a from t where a > :least order by a; end;");
+    const prepared cursor(db, "SELECT 0 FROM dual");
+    OCIStmt *handle = cursor.handle;
+    sb4 least = 1, fetched[3] = {};
+    EXPECT_TRUE(db.fails(block.execute(1), 1008));
+    block.in("c", handle, SQLT_RSET).in("least", least, SQLT_INT);
+    ASSERT_TRUE(db.succeeds(block.execute(1)));
+    EXPECT_EQ(cursor.attribute<ub4>(OCI_ATTR_PARAM_COUNT), 1);
+    cursor.out(1, fetched, SQLT_INT);
+    EXPECT_EQ(cursor.fetch(3), OCI_NO_DATA);
+    EXPECT_EQ(fetched[0] * 10 + fetched[1], 23);
+    least = 2;
+    ASSERT_TRUE(db.succeeds(block.execute(1))) << "again, with another value";
+    cursor.out(1, fetched, SQLT_INT);
+    EXPECT_EQ(cursor.fetch(1), OCI_SUCCESS);
+    EXPECT_EQ(fetched[0], 3);
+    handle = block.handle;
+    EXPECT_TRUE(db.fails(block.execute(1), 1023));
+    const prepared query(db, "SELECT :c FROM dual");
+    query.in("c", handle, SQLT_RSET);
+    EXPECT_TRUE(db.fails(query.execute(0), 932));
+}
+
 } // namespace
 } // namespace sqlite_oci_test

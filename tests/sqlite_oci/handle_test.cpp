@@ -144,6 +144,13 @@ TEST_F(handle, variables_of_binds_and_defines_need_hold_no_handle)
         EXPECT_EQ(fetched[0] * 100 + fetched[1], 1020);
     }
 
+    void *by_hand = nullptr;
+    const prepared fresh(db, "SELECT :x FROM dual");
+    ASSERT_EQ(OCIHandleAlloc(fresh.handle, &by_hand, OCI_HTYPE_BIND, 0, nullptr), OCI_SUCCESS);
+    bind = static_cast<OCIBind *>(by_hand);
+    ASSERT_TRUE(db.succeeds(fresh.bind_at(1, bind, &numbers[0], sizeof(sb4), SQLT_INT)));
+    EXPECT_EQ(bind, by_hand) << "one that was allocated by hand serves the first place";
+
     OCIDefine *const before = define;
     EXPECT_TRUE(db.fails(OCIDefineByPos(first.handle, &define, db.errors, 1, fetched, 3, SQLT_INT, nullptr,
                                         nullptr, nullptr, OCI_DEFAULT),
