@@ -66,8 +66,9 @@ protected:
         make(err, OCI_HTYPE_ERROR);
         make(srv, OCI_HTYPE_SERVER);
         make(stmt, OCI_HTYPE_STMT);
+        const char *directory = std::getenv("DKOM_DRK_LIB_PATH");
         void *library =
-            dlopen((std::string(std::getenv("DKOM_DRK_LIB_PATH")) + "/libdkoci.so").c_str(), RTLD_LAZY);
+            dlopen((std::string(directory ? directory : ".") + "/libdkoci.so").c_str(), RTLD_LAZY);
         received = static_cast<bare_received_text *>(dlsym(library, "bare_received"));
     }
 
