@@ -212,6 +212,7 @@ TEST(Forks, ChildrenCallWhileThreadsTrace)
     expect_success(run_in_child([] {
         std::atomic<bool> done = false;
         std::vector<std::thread> threads;
+        threads.reserve(4);
         for (int i = 0; i < 4; i++)
             threads.emplace_back([&] {
                 const handles h;

@@ -29,6 +29,7 @@ void compare(const std::string &zone, std::mt19937 &random)
     tzset();
     std::vector<std::time_t> times;
     std::uniform_int_distribution<std::time_t> any(0, 4'200'000'000);
+    times.reserve(100);
     for (int i = 0; i < 40; i++)
         times.push_back(any(random));
     /* Close to the changes of this decade. */
