@@ -343,7 +343,7 @@ protected:
     {
         backend(s).always(function, result, [s](const words &a) {
             last_arguments = a;
-            last_side = s;
+            last_side = static_cast<int>(s);
         });
     }
 
