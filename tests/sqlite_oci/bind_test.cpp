@@ -111,7 +111,7 @@ TEST_F(bind, types_and_sizes_that_are_not_served_are_refused_at_once)
 {
     const std::pair<ub2, sb4> cases[] = {{SQLT_INT, 3},     {SQLT_UIN, 16}, {SQLT_FLT, 10}, {SQLT_BFLOAT, 8},
                                          {SQLT_BDOUBLE, 4}, {SQLT_DAT, 6},  {SQLT_ODT, 7},  {SQLT_PDN, 8},
-                                         {SQLT_CUR, 8},    {SQLT_NTY, 8},  {0, 4},         {999, 4}};
+                                         {SQLT_CUR, 8},     {SQLT_NTY, 8},  {0, 4},         {999, 4}};
     const prepared query(db, "SELECT :x FROM dual");
     char value[32] = {};
     for (const auto &[type, size] : cases) {
