@@ -3,6 +3,7 @@
  */
 #include <stdlib.h>
 
+#include "trace_log.h"
 #include "written.h"
 
 namespace
@@ -76,6 +77,7 @@ namespace written
 sword OCIHandleAlloc(const void *parenth, void **hndlpp, const ub4 type, const size_t xtramem_sz,
                      void **usrmempp)
 {
+    omx_look_at_control_file();
     return allocate(omx_calls.OCIHandleAlloc, parenth, hndlpp, type, xtramem_sz, usrmempp);
 }
 

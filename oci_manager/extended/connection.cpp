@@ -8,6 +8,7 @@
 #include <string.h>
 
 #include "routes.h"
+#include "trace_log.h"
 #include "written.h"
 
 namespace
@@ -129,6 +130,7 @@ namespace written
 
 sword OCIServerAttach(OCIServer *srvhp, OCIError *errhp, const OraText *dblink, sb4 dblink_len, ub4 mode)
 {
+    omx_look_at_control_file();
     omx_handle *srvh = omx_find(srvhp, OCI_HTYPE_SERVER);
     omx_handle *errh = nullptr;
     if (!srvh || !omx_optional_error(errhp, &errh))

@@ -8,6 +8,7 @@
 #include "extras.h"
 #include "libraries.h"
 #include "text.h"
+#include "trace_log.h"
 
 namespace
 {
@@ -53,6 +54,7 @@ sword omx_fail(omx_handle *errh, omx_error code, const char *format, ...)
         va_start(arguments, format);
         write_record(record, code, format, arguments);
         va_end(arguments);
+        OMX_TRACE(OM_LOG_ERROR, "%s", record->text);
     }
     return OCI_ERROR;
 }

@@ -182,7 +182,8 @@ template <class A> OMX_INLINE const void *pointer_of(A argument)
         return nullptr;
 }
 
-/* Finds out why a call cannot be made, and says so on its error handle. */
+/* Finds out why a call cannot be made, and says so on its error handle. `name` may be followed by parameters.
+ */
 sword refuse(const char *name, const refused_argument *arguments, int count, int principal, int error,
              unsigned int backend, bool has_entry_point);
 
@@ -222,7 +223,7 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
      * Finds what a backend is given for an argument that is a handle. False: it is no handle, or the backend
      * has none for it, or its value is the other backend's.
      */
-    template <int I, class Argument>
+    template <int I, bool Nulls, class Argument>
     OMX_INLINE bool take(omx_handle *principal, Argument argument, unsigned int backend, void **given)
     {
         constexpr ub1 family = info::family(I);
@@ -232,8 +233,7 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
         } else {
             omx_handle *h = principal;
             if constexpr (I != info::principal) {
-                *given = nullptr;
-                if (!argument)
+                if (Nulls && !argument)
                     return true;
                 h = find_family((const void *)argument, family);
                 if (__builtin_expect(!h, 0))
@@ -256,16 +256,36 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
         return (omx_handle *)const_cast<void *>(all[I]);
     }
 
-    /* Calls one backend with its own handles. */
+    /* Calls one backend with its own handles. Nulls are rare: they take the longer way. */
     template <size_t... I>
-    OMX_INLINE R call(std::index_sequence<I...>, const char *name, const function *entry,
-                      unsigned int backend, [[maybe_unused]] omx_handle *principal, A... arguments)
+    OMX_INLINE R call(std::index_sequence<I...> all, const char *name, const function *entry,
+                      unsigned int backend, omx_handle *principal, A... arguments)
     {
-        [[maybe_unused]] void *given[info::count + 1];
-        const bool taken = (... && take<(int)I>(principal, arguments, backend, &given[I]));
+        return call_with<false>(all, name, entry, backend, principal, arguments...);
+    }
+
+    /* The longer way is one function, which traced calls take too. */
+    template <size_t... I>
+    __attribute__((noinline)) static R call_with_nulls(std::index_sequence<I...> all, const char *name,
+                                                       const function *entry, unsigned int backend,
+                                                       omx_handle *principal, A... arguments)
+    {
+        return call_with<true>(all, name, entry, backend, principal, arguments...);
+    }
+
+    template <bool Nulls, size_t... I>
+    OMX_INLINE R call_with(std::index_sequence<I...>, const char *name, const function *entry,
+                           unsigned int backend, [[maybe_unused]] omx_handle *principal, A... arguments)
+    {
+        [[maybe_unused]] void *given[info::count + 1] = {};
+        const bool taken = (... && take<(int)I, Nulls>(principal, arguments, backend, &given[I]));
         const function target = entry[backend];
-        if (__builtin_expect(!taken || !target, 0))
-            return refused(name, entry, backend, arguments...);
+        if (__builtin_expect(!taken || !target, 0)) {
+            if constexpr (Nulls)
+                return refused(name, entry, backend, arguments...);
+            else
+                return call_with_nulls(indexes(), name, entry, backend, principal, arguments...);
+        }
         if constexpr (std::is_void_v<R>) {
             target(given_or_own(arguments, given[I], info::family((int)I) != 0)...);
         } else {
@@ -311,13 +331,30 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
             return find_family(handle_at<info::principal>(arguments...), info::family(info::principal));
     }
 
-    OMX_INLINE R run(const char *name, const function *entry, A... arguments)
+    template <bool Quick>
+    OMX_INLINE R call_one(const char *name, const function *entry, unsigned int backend,
+                          omx_handle *principal, A... arguments)
+    {
+        if constexpr (Quick)
+            return call(indexes(), name, entry, backend, principal, arguments...);
+        else
+            return call_with_nulls(indexes(), name, entry, backend, principal, arguments...);
+    }
+
+    /* The call as a function of its own, for the time of a trace. */
+    template <auto Entry, const char *Name> static R run_traced(A... arguments)
+    {
+        return run<false>(Name, omx_calls.*Entry, arguments...);
+    }
+
+    /* Makes the call; quickly where its code is worth it. */
+    template <bool Quick> OMX_INLINE R run(const char *name, const function *entry, A... arguments)
     {
         if constexpr (Role == role::process) {
-            return call(indexes(), name, entry, omx_process_backend(), nullptr, arguments...);
+            return call_one<Quick>(name, entry, omx_process_backend(), nullptr, arguments...);
         } else if constexpr (Role == role::data_area) {
             const void *const all[] = {pointer_of(arguments)...};
-            return call(indexes(), name, entry, omx_area_backend(all[0]), nullptr, arguments...);
+            return call_one<Quick>(name, entry, omx_area_backend(all[0]), nullptr, arguments...);
         } else {
             omx_handle *principal = principal_of(arguments...);
             if (__builtin_expect(!principal, 0))
@@ -328,10 +365,10 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
                 return run_value(indexes(), name, entry, principal, arguments...);
             else if constexpr (Role == role::object && (info::family(info::principal) == OCI_HTYPE_ENV ||
                                                         info::family(info::principal) == OCI_HTYPE_ERROR))
-                return call(indexes(), name, entry, omx_environment_of(principal)->connected, principal,
-                            arguments...);
+                return call_one<Quick>(name, entry, omx_environment_of(principal)->connected, principal,
+                                       arguments...);
             else
-                return call(indexes(), name, entry, principal->run, principal, arguments...);
+                return call_one<Quick>(name, entry, principal->run, principal, arguments...);
         }
     }
 
@@ -340,13 +377,13 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
                             omx_handle *principal, A... arguments)
     {
         if (backends == omx_none)
-            return call(indexes(), name, entry, principal->run, principal, arguments...);
+            return call_one<false>(name, entry, principal->run, principal, arguments...);
         R result{};
         bool done = false;
         for (unsigned int backend = 0; backend < omx_backend_count; backend++) {
             if (!(backends & omx_bit(backend)))
                 continue;
-            const R rc = call(indexes(), name, entry, backend, principal, arguments...);
+            const R rc = call_one<false>(name, entry, backend, principal, arguments...);
             if (!done || (rc == (R)OCI_SUCCESS && result != (R)OCI_SUCCESS))
                 result = rc;
             done = true;
@@ -373,7 +410,7 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
                 use.made->current = backends;
             return rc;
         }
-        const R rc = call(indexes(), name, entry, backend, principal, arguments...);
+        const R rc = call_one<false>(name, entry, backend, principal, arguments...);
         if (use.made && rc == (R)OCI_SUCCESS)
             use.made->current = omx_bit(backend);
         return rc;
@@ -395,7 +432,10 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
     }
 
     /* The time must be the same in both databases, so it is taken once. */
-    static bool is_clock(const char *name) { return __builtin_strcmp(name, "OCIDateTimeSysTimeStamp") == 0; }
+    static bool is_clock(const char *name)
+    {
+        return __builtin_strncmp(name, "OCIDateTimeSysTimeStamp", 23) == 0;
+    }
 };
 
 /* ---- prototypes taken apart ---- */

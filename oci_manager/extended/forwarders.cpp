@@ -2,7 +2,9 @@
  * The exported functions of all published calls, made from their rows. Those of calls that are written by
  * hand hand over to the function of the same name in the namespace `written`.
  */
+#include "declarations.h"
 #include "forward.h"
+#include "trace_calls.h"
 #include "written.h"
 
 /* The rows must name the entry points in their order: a call that is missing or stands twice is an error. */
@@ -81,13 +83,30 @@ static_assert(same_lists(), "published_calls.h and entry_points.h name different
 #define OMX_ARGUMENTS_21 OMX_ARGUMENTS_20, a20
 // clang-format on
 
+/* How traces show a call. */
+namespace declared
+{
+#define OMX_DECLARATION(name, text)                                                                          \
+    inline constexpr char name[] = text;                                                                     \
+    static_assert(text[0] != '\0', "the declaration of " #name " was not found in the headers");
+OMX_DECLARATIONS(OMX_DECLARATION)
+#undef OMX_DECLARATION
+} // namespace declared
+
 /* One exported function. */
-#define OMX_DEFINE(name, parameters, call_role)                                                              \
+#define OMX_DEFINE_FUNCTION(name, parameters, call, traced_call)                                             \
     OM_EXPORT omx::result_of<decltype(::name)> name(OMX_PARAMETERS_##parameters(name))                       \
     {                                                                                                        \
-        return omx::forwarder<omx::role::call_role, decltype(&::name)>::run(                                 \
-            #name, omx_calls.name OMX_ARGUMENTS_##parameters);                                               \
+        if (omx_traces(OM_LOG_ERROR))                                                                        \
+            return omx_call_traced(declared::name, traced_call OMX_ARGUMENTS_##parameters);                  \
+        return call;                                                                                         \
     }
+#define OMX_FORWARDER(name, call_role) omx::forwarder<omx::role::call_role, decltype(&::name)>
+#define OMX_DEFINE(name, parameters, call_role)                                                              \
+    OMX_DEFINE_FUNCTION(                                                                                     \
+        name, parameters,                                                                                    \
+        (OMX_FORWARDER(name, call_role)::run<true>(#name, omx_calls.name OMX_ARGUMENTS_##parameters)),       \
+        (&OMX_FORWARDER(name, call_role)::run_traced<&omx_call_table::name, declared::name>))
 #define OMX_DEFINE_routed(name, parameters) OMX_DEFINE(name, parameters, routed)
 #define OMX_DEFINE_any(name, parameters) OMX_DEFINE(name, parameters, any)
 #define OMX_DEFINE_object(name, parameters) OMX_DEFINE(name, parameters, object)
@@ -96,10 +115,8 @@ static_assert(same_lists(), "published_calls.h and entry_points.h name different
 #define OMX_DEFINE_value_made(name, parameters) OMX_DEFINE(name, parameters, value_made)
 #define OMX_DEFINE_process(name, parameters) OMX_DEFINE(name, parameters, process)
 #define OMX_DEFINE_written(name, parameters)                                                                 \
-    OM_EXPORT omx::result_of<decltype(::name)> name(OMX_PARAMETERS_##parameters(name))                       \
-    {                                                                                                        \
-        return omx::call_written(written::name OMX_ARGUMENTS_##parameters);                                  \
-    }
+    OMX_DEFINE_FUNCTION(name, parameters, (omx::call_written(written::name OMX_ARGUMENTS_##parameters)),     \
+                        (&written::name))
 #define OMX_DEFINE_data_area(name, parameters) OMX_DEFINE(name, parameters, data_area)
 #define OMX_DEFINE_variadic(name, parameters)
 #define OMX_DEFINE_ROW(name, parameters, role) OMX_DEFINE_##role(name, parameters)

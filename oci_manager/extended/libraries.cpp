@@ -5,6 +5,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "trace_log.h"
+
 omx_call_table omx_calls;
 omx_library omx_libraries[omx_backend_count];
 
@@ -43,13 +45,26 @@ void name_library(const library_source &source, omx_library *into)
         snprintf(into->path, sizeof into->path, "%s", source.file);
 }
 
+/* Whether a library is this one, or the exact edition: calls would never end. */
+bool is_manager(void *library)
+{
+    Dl_info own;
+    Dl_info other;
+    void *entry = dlsym(library, "OCIEnvCreate");
+    return dlsym(library, "func_table_init_once") ||
+           (entry && dladdr(entry, &other) && dladdr((void *)&omx_calls, &own) &&
+            own.dli_fbase == other.dli_fbase);
+}
+
 void load_library(unsigned int backend)
 {
     omx_library *into = &omx_libraries[backend];
     name_library(sources[backend], into);
     into->library = dlopen(into->path, RTLD_LAZY);
+    const char *reason = into->library ? "it leads back to the OCI manager itself" : dlerror();
+    if (into->library && is_manager(into->library))
+        into->library = nullptr;
     if (!into->library) {
-        const char *reason = dlerror();
         snprintf(into->reason, sizeof into->reason, "%s", reason ? reason : "the loader gives no reason");
         return;
     }
@@ -68,6 +83,10 @@ void load_all(void)
     }
     load_library(omx_oracle);
     load_library(omx_dravik);
+    for (unsigned int backend = 0; backend < omx_backend_count; backend++)
+        if (!omx_libraries[backend].library)
+            OMX_TRACE(OM_LOG_ASSERT, "%s's client library %s cannot be loaded: %s", omx_backend_name(backend),
+                      omx_libraries[backend].path, omx_libraries[backend].reason);
 }
 
 } // namespace

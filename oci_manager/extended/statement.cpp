@@ -5,6 +5,7 @@
 #include <stdlib.h>
 
 #include "buffers.h"
+#include "trace_log.h"
 #include "written.h"
 
 namespace
@@ -183,6 +184,7 @@ sword OCIStmtRelease(OCIStmt *stmtp, OCIError *errhp, const OraText *key, ub4 ke
 sword OCIStmtExecute(OCISvcCtx *svchp, OCIStmt *stmtp, OCIError *errhp, ub4 iters, ub4 rowoff,
                      const OCISnapshot *snap_in, OCISnapshot *snap_out, ub4 mode)
 {
+    omx_look_at_control_file();
     omx_handle *svch = omx_find(svchp, OCI_HTYPE_SVCCTX);
     omx_handle *stmth = omx_find(stmtp, OCI_HTYPE_STMT);
     omx_handle *errh = nullptr;

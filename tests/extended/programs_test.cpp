@@ -1,6 +1,8 @@
 /*
  * Programs print the same on a client library itself and through the extended edition, on either database.
  */
+#include <filesystem>
+
 #include "program.h"
 
 namespace
@@ -32,5 +34,44 @@ TEST_P(ExtendedPrograms, print_the_same_directly_and_on_both_databases)
 }
 
 INSTANTIATE_TEST_SUITE_P(Programs, ExtendedPrograms, testing::Values("descriptors"));
+
+class ExtendedTrace : public ProgramTest
+{
+protected:
+    ExtendedTrace() : ProgramTest(PROGRAMS "/descriptors") { set_variable("ASAN_OPTIONS=detect_leaks=0"); }
+};
+
+TEST_F(ExtendedTrace, names_arguments_and_keeps_secrets)
+{
+    set_variable("DKOM_LOG_LEVEL=50");
+    EXPECT_EQ(run({"mars"}).status, 0);
+    std::filesystem::path log;
+    for (const auto &entry : std::filesystem::directory_iterator(directory()))
+        if (entry.path().extension() == ".log")
+            log = entry.path();
+    ASSERT_FALSE(log.empty());
+    EXPECT_EQ(std::filesystem::status(log).permissions(), std::filesystem::perms(0600));
+
+    const std::string trace = read_file(log.filename().string());
+    for (const char *part :
+         {"OCI manager, extended edition ", "/descriptors\n", "libclntsh.so, loaded", "libdkoci.so, loaded",
+          "TRACE - OCILogon2()", "\n\tusername=scott", "\n\tpassword=***\n\tpasswd_len=5",
+          "\n\tdbname=mars\n", "END FUNC - OCIStmtExecute()\n\tbackend=Dravik\n\treturn rc=0",
+          "\n\tstmt=insert into note values (:1, :2)\n", "\n\t*valuep=n"})
+        EXPECT_NE(trace.find(part), std::string::npos) << part;
+    EXPECT_EQ(trace.find("tiger"), std::string::npos);
+}
+
+TEST_F(ExtendedTrace, is_written_at_the_level_that_is_asked_for)
+{
+    EXPECT_EQ(run({"mars"}).status, 0);
+    EXPECT_EQ(take_trace(), "");
+    set_variable("DKOM_LOG_LEVEL=20");
+    const Outcome refused = run({"nowhere"});
+    EXPECT_EQ(refused.status, 1);
+    const std::string trace = take_trace();
+    EXPECT_NE(trace.find("ERROR - END FUNC - OCILogon2()"), std::string::npos) << trace;
+    EXPECT_EQ(trace.find("INFO - OCILogon2("), std::string::npos) << trace;
+}
 
 } // namespace
