@@ -1,5 +1,6 @@
 /*
- * Reading errors: from the backend that reported last, or from the manager.
+ * Reading errors, from the backend that reported last or from the manager, and other texts that a call writes
+ * into the program's buffer.
  */
 #include <string.h>
 
@@ -55,10 +56,49 @@ sword backend_record(omx_handle *h, unsigned int backend, ub4 recordno, OraText 
     return rc;
 }
 
+/* Gets a text about a server; `get` is called with where the backend writes it. */
+template <class Get> sword get_server_text(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, Get get)
+{
+    omx_handle *h = omx_find_any(hndlp);
+    omx_handle *errh = nullptr;
+    if (!h || !omx_optional_error(errhp, &errh))
+        return OCI_INVALID_HANDLE;
+    const unsigned int backend = h->run;
+    if (backend == omx_oracle || !omx_environment_of(h)->is_utf16)
+        return omx_done(errh, backend, get(h, errh, backend, bufp, bufsz));
+    char text[1024] = {};
+    const sword rc = omx_done(errh, backend, get(h, errh, backend, (OraText *)text, (ub4)sizeof text - 1));
+    if (omx_succeeded(rc))
+        put_text(h, text, bufp, bufsz);
+    return rc;
+}
+
 } // namespace
 
 namespace written
 {
+
+sword OCIServerVersion(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1 hndltype)
+{
+    return get_server_text(
+        hndlp, errhp, bufp, bufsz,
+        [=](omx_handle *h, omx_handle *errh, unsigned int backend, OraText *text, ub4 size) -> sword {
+            OMX_NEED(OCIServerVersion, backend, errh);
+            return omx_calls.OCIServerVersion[backend](h->backend[backend], omx_own<OCIError>(errh, backend),
+                                                       text, size, hndltype);
+        });
+}
+
+sword OCIServerRelease(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1 hndltype, ub4 *version)
+{
+    return get_server_text(
+        hndlp, errhp, bufp, bufsz,
+        [=](omx_handle *h, omx_handle *errh, unsigned int backend, OraText *text, ub4 size) -> sword {
+            OMX_NEED(OCIServerRelease, backend, errh);
+            return omx_calls.OCIServerRelease[backend](h->backend[backend], omx_own<OCIError>(errh, backend),
+                                                       text, size, hndltype, version);
+        });
+}
 
 sword OCIErrorGet(void *hndlp, ub4 recordno, OraText *sqlstate, sb4 *errcodep, OraText *bufp, ub4 bufsiz,
                   ub4 type)

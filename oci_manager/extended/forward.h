@@ -92,7 +92,7 @@ template <class A> constexpr bool is_constant()
     return std::is_const_v<std::remove_pointer_t<A>>;
 }
 
-enum class role { routed, any, object, every, value_read, value_made, data_area, process };
+enum class role { routed, any, object, every, lob_transfer, value_read, value_made, data_area, process };
 
 constexpr int no_parameter = -1;
 
@@ -359,7 +359,9 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
             omx_handle *principal = principal_of(arguments...);
             if (__builtin_expect(!principal, 0))
                 return refused(name, entry, omx_oracle, arguments...);
-            if constexpr (Role == role::every)
+            if constexpr (Role == role::lob_transfer)
+                return run_transfer<Quick>(indexes(), name, entry, principal, arguments...);
+            else if constexpr (Role == role::every)
                 return run_everywhere(name, entry, principal->targets, principal, arguments...);
             else if constexpr (Role == role::value_read || Role == role::value_made)
                 return run_value(indexes(), name, entry, principal, arguments...);
@@ -369,6 +371,30 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
                                        arguments...);
             else
                 return call_one<Quick>(name, entry, principal->run, principal, arguments...);
+        }
+    }
+
+    /*
+     * The last argument but one is the character set of the program's buffer; 0 stands for that of its
+     * environment, which on Dravik's side of one with UTF-16 texts is another.
+     */
+    template <bool Quick, size_t... I>
+    OMX_INLINE R run_transfer(std::index_sequence<I...>, const char *name, const function *entry,
+                              omx_handle *principal, A... arguments)
+    {
+        const bool converts = principal->run == omx_dravik && omx_environment_of(principal)->is_utf16;
+        return call_one<Quick>(name, entry, principal->run, principal,
+                               character_set<(int)I>(arguments, converts)...);
+    }
+
+    template <int I, class Argument>
+    OMX_INLINE Argument character_set(Argument argument, [[maybe_unused]] bool converts)
+    {
+        if constexpr (I == info::count - 2) {
+            static_assert(std::is_same_v<Argument, ub2>);
+            return converts && argument == 0 ? (ub2)OCI_UTF16ID : argument;
+        } else {
+            return argument;
         }
     }
 

@@ -21,6 +21,12 @@ void take_locator(omx_handle *h, ub1 backend, void *own)
     h->current = omx_bit(backend);
 }
 
+/* The character set of the program's buffers: on Dravik's side that of the environment is another. */
+ub2 character_set(const omx_handle *svch, ub1 backend, ub2 csid)
+{
+    return csid == 0 && backend == omx_dravik && omx_environment_of(svch)->is_utf16 ? (ub2)OCI_UTF16ID : csid;
+}
+
 sword foreign_locator(omx_handle *errh, const char *call, ub1 backend)
 {
     return omx_fail(errh, omx_error_foreign_value,
@@ -179,7 +185,7 @@ sword OCILobArrayRead(OCISvcCtx *svchp, OCIError *errhp, ub4 *array_iter, OCILob
                         return omx_calls.OCILobArrayRead[backend](
                             omx_own<OCISvcCtx>(svch, backend), omx_own<OCIError>(errh, backend), array_iter,
                             own, byte_amt_arr, char_amt_arr, offset_arr, bufp_arr, bufl_arr, piece, ctxp,
-                            cbfp, csid, csfrm);
+                            cbfp, character_set(svch, backend, csid), csfrm);
                     });
 }
 
@@ -194,7 +200,7 @@ sword OCILobArrayWrite(OCISvcCtx *svchp, OCIError *errhp, ub4 *array_iter, OCILo
                         return omx_calls.OCILobArrayWrite[backend](
                             omx_own<OCISvcCtx>(svch, backend), omx_own<OCIError>(errh, backend), array_iter,
                             own, byte_amt_arr, char_amt_arr, offset_arr, bufp_arr, bufl_arr, piece, ctxp,
-                            cbfp, csid, csfrm);
+                            cbfp, character_set(svch, backend, csid), csfrm);
                     });
 }
 

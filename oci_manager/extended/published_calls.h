@@ -128,15 +128,15 @@
     X(OCIErrorGet, 7, written) \
     X(OCILobAssign, 4, written) \
     X(OCILobGetLength, 4, routed) \
-    X(OCILobRead, 11, routed) \
-    X(OCILobWrite, 12, routed) \
+    X(OCILobRead, 11, lob_transfer) \
+    X(OCILobWrite, 12, lob_transfer) \
     X(OCIBreak, 2, any) \
-    X(OCIServerVersion, 5, any) \
+    X(OCIServerVersion, 5, written) \
     X(OCIAttrGet, 6, written) \
     X(OCIAttrSet, 6, written) \
     X(OCILobGetLength2, 4, routed) \
-    X(OCILobRead2, 13, routed) \
-    X(OCILobWrite2, 13, routed) \
+    X(OCILobRead2, 13, lob_transfer) \
+    X(OCILobWrite2, 13, lob_transfer) \
     X(OCINlsGetInfo, 5, any) \
     X(OCIClientVersion, 5, process) \
     X(OCITerminate, 1, written) \
@@ -183,9 +183,9 @@
     X(OCILobLocatorIsInit, 4, value_read) \
     X(OCILobOpen, 4, routed) \
     X(OCILobTrim, 4, routed) \
-    X(OCILobWriteAppend, 11, routed) \
+    X(OCILobWriteAppend, 11, lob_transfer) \
     X(OCIReset, 2, any) \
-    X(OCIServerRelease, 6, any) \
+    X(OCIServerRelease, 6, written) \
     X(OCISvcCtxToLda, 3, written) \
     X(OCILdaToSvcCtx, 3, written) \
     X(OCIResultSetToStmt, 2, written) \
@@ -208,7 +208,7 @@
     X(OCILobArrayRead, 14, written) \
     X(OCILobTrim2, 4, routed) \
     X(OCILobArrayWrite, 14, written) \
-    X(OCILobWriteAppend2, 12, routed) \
+    X(OCILobWriteAppend2, 12, lob_transfer) \
     X(OCILobGetStorageLimit, 4, routed) \
     X(OCISecurityInitialize, 2, routed) \
     X(OCISecurityTerminate, 2, routed) \

@@ -5,6 +5,7 @@
 #ifndef OMX_VALUES_H
 #define OMX_VALUES_H
 
+#include "extras.h"
 #include "handle.h"
 
 /* What a call on values works with. */
@@ -27,7 +28,8 @@ static inline void omx_read_value(omx_value_use *use, const omx_handle *h)
 static inline ub1 omx_backend_for(const omx_value_use *use)
 {
     const ub1 home = use->hosted_by->run;
-    if (!use->known || (use->known & omx_bit(home)))
+    // Texts of the call are encoded as the environment's are where the environment's calls run.
+    if (!use->known || (use->known & omx_bit(home)) || omx_environment_of(use->hosted_by)->is_utf16)
         return home;
     return omx_first(use->known);
 }

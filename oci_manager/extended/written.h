@@ -18,6 +18,7 @@ namespace written
 #define OMX_DECLARE_any(name)
 #define OMX_DECLARE_object(name)
 #define OMX_DECLARE_every(name)
+#define OMX_DECLARE_lob_transfer(name)
 #define OMX_DECLARE_value_read(name)
 #define OMX_DECLARE_value_made(name)
 #define OMX_DECLARE_process(name)

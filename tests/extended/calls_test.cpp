@@ -14,7 +14,19 @@ namespace
 {
 
 /* What the rows of the published calls say; the roles are described there. */
-enum class role { routed, any, object, every, value_read, value_made, data_area, process, written, variadic };
+enum class role {
+    routed,
+    any,
+    object,
+    every,
+    lob_transfer,
+    value_read,
+    value_made,
+    data_area,
+    process,
+    written,
+    variadic
+};
 
 struct published_call {
     std::string name;

@@ -33,7 +33,7 @@ TEST_P(ExtendedPrograms, print_the_same_directly_and_on_both_databases)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Programs, ExtendedPrograms, testing::Values("descriptors"));
+INSTANTIATE_TEST_SUITE_P(Programs, ExtendedPrograms, testing::Values("descriptors", "wide"));
 
 class ExtendedTrace : public ProgramTest
 {
