@@ -98,7 +98,7 @@ void get(session &user, ub4 attribute, const attribute_output &out)
     case OCI_ATTR_USERNAME:
         return out.put_text(user, attribute, user.user_name);
     case OCI_ATTR_CURRENT_SCHEMA:
-        return out.put_text(user, attribute, upper_case(user.user_name));
+        return out.put_text(user, attribute, sql::upper_case(user.user_name));
     case OCI_ATTR_MODULE:
     case OCI_ATTR_ACTION:
     case OCI_ATTR_CLIENT_INFO:

@@ -1,8 +1,10 @@
 #include "connections/connection.h"
 
 #include "connections/authorizer.h"
+#include "functions/sequences.h"
+#include "functions/sql_functions.h"
 #include "handles/call.h"
-#include "sql/sql_functions.h"
+#include "syntax/token.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -28,19 +30,23 @@ bool is_constraint(int code)
 
 } // namespace
 
-connection::connection(const std::string &path, const std::string &user_name) : user(user_name)
+connection::connection(const std::string &path, const std::string &user_name)
+    : user(user_name), catalogue(nullptr)
 {
+    settings.user = sql::upper_case(user_name);
     // The mutex of this class makes SQLite's own superfluous.
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
     int code = sqlite3_open_v2(path.c_str(), &db_, flags, nullptr);
     try {
         if (code != SQLITE_OK)
             throw failure{sqlite_record(db_, code)};
+        catalogue = sql::catalogue(db_);
         breaks_ = &interrupt_point::take(db_);
         sqlite3_extended_result_codes(db_, 1);
         sqlite3_busy_handler(db_, wait_for_lock, this);
         sqlite3_db_config(db_, SQLITE_DBCONFIG_ENABLE_FKEY, 1, nullptr);
-        add_sql_functions(db_, user);
+        add_sql_functions(db_, settings);
+        sqlite3_db_config(db_, SQLITE_DBCONFIG_DQS_DML, 0, nullptr); // "name" is never a text
         sqlite3_update_hook(
             db_,
             [](void *self, int, const char *, const char *, sqlite3_int64 row) {
@@ -77,7 +83,10 @@ void connection::close()
 
 int connection::wait_for_lock(void *self, int attempts)
 {
-    if (static_cast<connection *>(self)->break_requested() || attempts * lock_retry >= lock_wait)
+    const auto &waiting = *static_cast<const connection *>(self);
+    const std::chrono::milliseconds longest =
+        waiting.wait_seconds_ < 0 ? lock_wait : std::chrono::seconds(waiting.wait_seconds_);
+    if (waiting.break_requested() || attempts * lock_retry >= longest)
         return 0;
     std::this_thread::sleep_for(lock_retry);
     return 1;
@@ -108,6 +117,8 @@ error_record connection::record(int code, sql_action action, std::string_view st
 {
     if ((code & 0xff) == SQLITE_BUSY && break_requested())
         return make_record(1013, "the wait for another session's lock was interrupted on request");
+    if ((code & 0xff) == SQLITE_BUSY && code != SQLITE_BUSY_SNAPSHOT && wait_seconds_ > 0)
+        return make_record(30006, "the database is locked by another session; the wait is over");
     return sqlite_record(db_, code, action, statement);
 }
 
@@ -179,8 +190,21 @@ void connection::commit()
 void connection::rollback()
 {
     end_transaction("ROLLBACK");
+    keep_sequences();
     if (lobs)
         lobs->end(true);
+}
+
+// Numbers of sequences that were given are not given again, also when the transaction that got them goes
+// back.
+void connection::keep_sequences()
+{
+    if (settings.sequence_values.empty())
+        return;
+    const bool is_own = !in_transaction() && run("BEGIN IMMEDIATE") == SQLITE_OK;
+    run(keep_values_sql(settings).c_str());
+    if (is_own)
+        run("COMMIT");
 }
 
 void connection::end_transaction(const char *sql)

@@ -1,8 +1,10 @@
 // A session's connection to its database file, with the transaction that is open on it.
 #pragma once
 
+#include "catalogue/catalogue.h"
 #include "connections/call_mutex.h"
 #include "connections/interrupt_point.h"
+#include "functions/session_settings.h"
 #include "sql/sqlite_errors.h"
 
 #include <atomic>
@@ -63,6 +65,9 @@ public:
     void commit();
     void rollback();
 
+    // After a rollback, also one to a savepoint.
+    void keep_sequences();
+
     // Ends a transaction that changed nothing. Throws nothing.
     void give_up() { run("ROLLBACK"); }
 
@@ -99,6 +104,15 @@ public:
 
     const std::string user;
 
+    // --- These need the mutex.
+
+    session_settings settings;
+    sql::catalogue catalogue;
+
+    // How long the call in progress waits for another session's lock, and then fails with ORA-00054 or, where
+    // the program says how long, ORA-30006. Negative: as long as usual.
+    void set_wait(int seconds) { wait_seconds_ = seconds; }
+
 private:
     std::optional<std::int64_t> changed_row_;
     static int wait_for_lock(void *self, int attempts);
@@ -113,6 +127,7 @@ private:
     interrupt_point *breaks_ = nullptr;
     std::atomic<bool> cut_off_{false};
     bool read_only_ = false;
+    int wait_seconds_ = -1;
     bool is_own_sql_ = true; // what runs now, see limit_sql
 };
 

@@ -24,6 +24,13 @@ void cut_off(connection &open)
     open.cut_off();
 }
 
+// Whom external credentials stand for. A session's user is never without a name: it would be null in SQL.
+std::string system_user()
+{
+    const char *login = std::getenv("USER");
+    return login && *login ? login : "PUBLIC";
+}
+
 } // namespace
 
 void server::attach(const std::string &link_text)
@@ -84,8 +91,7 @@ void session::begin(server &on, ub4 credentials)
         fail(1017, "no user name is set on the session handle");
     if (credentials == OCI_CRED_RDBMS && password.empty())
         fail(1005, "no password is set on the session handle");
-    const char *login = std::getenv("USER");
-    open = std::make_shared<connection>(on.path, user_name.empty() ? (login ? login : "") : user_name);
+    open = std::make_shared<connection>(on.path, user_name.empty() ? system_user() : user_name);
     on.add(open);
     breaks = &open->breaks();
 }

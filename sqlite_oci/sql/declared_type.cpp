@@ -1,6 +1,6 @@
 #include "sql/declared_type.h"
 
-#include "sql/sql_text.h"
+#include "syntax/token.h"
 #include "text/text_scan.h"
 
 #include <algorithm>
@@ -21,6 +21,7 @@ enum class arguments : std::uint8_t {
     number,    // (precision) or (precision, scale)
     precision, // (binary precision)
     fraction,  // (digits of a fraction of a second)
+    leading,   // DAY(digits) TO SECOND(digits of the fraction)
 };
 
 struct type_rule {
@@ -67,8 +68,8 @@ constexpr type_rule rules[] = {
     {"TIMESTAMP", fraction, {SQLT_TIMESTAMP, 0, 0, false, 0, 6}},
     {"TIMESTAMP WITH TIME ZONE", fraction, {SQLT_TIMESTAMP_TZ, 0, 0, false, 0, 6}},
     {"TIMESTAMP WITH LOCAL TIME ZONE", fraction, {SQLT_TIMESTAMP_LTZ, 0, 0, false, 0, 6}},
-    {"INTERVAL YEAR TO MONTH", none, {SQLT_INTERVAL_YM, 0, 0, false, 2, 0}},
-    {"INTERVAL DAY TO SECOND", none, {SQLT_INTERVAL_DS, 0, 0, false, 2, 6}},
+    {"INTERVAL YEAR TO MONTH", leading, {SQLT_INTERVAL_YM, 0, 0, false, 2, 0}},
+    {"INTERVAL DAY TO SECOND", leading, {SQLT_INTERVAL_DS, 0, 0, false, 2, 6}},
     {"RAW", length, any_bytes},
     {"LONG", none, {SQLT_LNG, SQLCS_IMPLICIT}},
     {"LONG VARCHAR", none, {SQLT_LNG, SQLCS_IMPLICIT}},
@@ -87,6 +88,7 @@ struct declaration_parts {
     std::vector<int> numbers;
     bool by_character = false;
     bool by_byte = false;
+    bool has_leading = false; // a number stands before the last word
 };
 
 constexpr int any_precision = -1; // NUMBER(*, 2)
@@ -126,12 +128,13 @@ private:
         const std::size_t start = at_;
         while (at_ < text_.size() && (is_letter(text_[at_]) || is_digit(text_[at_]) || text_[at_] == '_'))
             ++at_;
-        const std::string word = upper_case(text_.substr(start, at_ - start));
+        const std::string word = sql::upper_case(text_.substr(start, at_ - start));
         if (is_inside_) {
             parts_.by_character |= word == "CHAR";
             parts_.by_byte |= word == "BYTE";
             return;
         }
+        parts_.has_leading = !parts_.numbers.empty();
         if (!parts_.words.empty())
             parts_.words += ' ';
         parts_.words += word;
@@ -165,6 +168,11 @@ void apply(const declaration_parts &parts, arguments takes, declared_type &type)
         type.by_character = !parts.by_byte && (type.by_character || parts.by_character);
         return;
     case number:
+        if (parts.numbers.size() == 2 && parts.numbers[1] == no_scale) { // how tables keep a FLOAT
+            type.precision = static_cast<sb2>(std::clamp(first, 1, 126));
+            type.scale = no_scale;
+            return;
+        }
         type.precision = first == any_precision ? sb2{38} : static_cast<sb2>(std::clamp(first, 1, 38));
         type.scale =
             parts.numbers.size() < 2 ? sb1{0} : static_cast<sb1>(std::clamp(parts.numbers[1], -84, 127));
@@ -175,6 +183,15 @@ void apply(const declaration_parts &parts, arguments takes, declared_type &type)
     case fraction:
         type.scale = static_cast<sb1>(std::clamp(first, 0, 9));
         return;
+    case leading: {
+        const auto last = static_cast<sb1>(std::clamp(parts.numbers.back(), 0, 9));
+        const bool has_leading = parts.has_leading;
+        if (has_leading)
+            type.precision = static_cast<sb2>(std::clamp(first, 0, 9));
+        if (type.type == SQLT_INTERVAL_DS && (!has_leading || parts.numbers.size() > 1))
+            type.scale = last;
+        return;
+    }
     }
 }
 
@@ -208,6 +225,59 @@ declared_type parse_declared_type(std::string_view declaration)
     declared_type type = known->type;
     apply(parts, known->takes, type);
     return type;
+}
+
+bool is_declared_type(std::string_view declaration)
+{
+    const declaration_parts parts = declaration_reader(declaration).read();
+    return std::any_of(std::begin(rules), std::end(rules),
+                       [&](const type_rule &rule) { return rule.words == parts.words; });
+}
+
+std::string declared_type_text(const declared_type &type)
+{
+    const auto with = [](const char *word, int number) {
+        return word + ("(" + std::to_string(number) + ")");
+    };
+    const bool is_national = type.form == SQLCS_NCHAR;
+    const auto sized = [&](const char *word, const char *national) {
+        std::string result = (is_national ? national : word) + ("(" + std::to_string(type.length));
+        return result + (!is_national && type.by_character ? " CHAR)" : ")");
+    };
+    switch (type.type) {
+    case SQLT_CHR:
+        return sized("VARCHAR2", "NVARCHAR2");
+    case SQLT_AFC:
+        return sized("CHAR", "NCHAR");
+    case SQLT_NUM:
+        if (type.precision == 0)
+            return "NUMBER";
+        if (type.scale == no_scale)
+            return with("FLOAT", type.precision);
+        return type.scale == 0
+                   ? with("NUMBER", type.precision)
+                   : "NUMBER(" + std::to_string(type.precision) + "," + std::to_string(type.scale) + ")";
+    case SQLT_TIMESTAMP:
+        return with("TIMESTAMP", type.scale);
+    case SQLT_TIMESTAMP_TZ:
+        return with("TIMESTAMP", type.scale) + " WITH TIME ZONE";
+    case SQLT_TIMESTAMP_LTZ:
+        return with("TIMESTAMP", type.scale) + " WITH LOCAL TIME ZONE";
+    case SQLT_INTERVAL_YM:
+        return with("INTERVAL YEAR", type.precision) + " TO MONTH";
+    case SQLT_INTERVAL_DS:
+        return with("INTERVAL DAY", type.precision) + with(" TO SECOND", type.scale);
+    case SQLT_BIN:
+        return with("RAW", type.length);
+    case SQLT_CLOB:
+        return is_national ? "NCLOB" : "CLOB";
+    default:
+        break;
+    }
+    for (const type_rule &rule : rules)
+        if (rule.type.type == type.type)
+            return std::string(rule.words);
+    return "";
 }
 
 } // namespace sqlite_oci

@@ -3,6 +3,7 @@
 
 #include "oci.h"
 
+#include <string>
 #include <string_view>
 
 namespace sqlite_oci
@@ -15,7 +16,7 @@ constexpr ub2 longest_text = 4000;
 constexpr ub2 longest_raw = 2000;
 
 struct declared_type {
-    ub2 type;       // SQLT_...
+    ub2 type = 0;   // SQLT_...; 0: unknown
     ub1 form = 0;   // SQLCS_... of texts; 0 for all else
     ub2 length = 0; // of texts and RAW, in the unit of the declaration
     bool by_character = false;
@@ -34,5 +35,11 @@ constexpr declared_type any_bytes{SQLT_BIN, 0, longest_raw};
 // Understands the types of servers ("NUMBER(10,2)", "VARCHAR2(20 CHAR)", "TIMESTAMP WITH TIME ZONE"), in any
 // case, and takes other declarations for what SQLite makes of them.
 declared_type parse_declared_type(std::string_view declaration);
+
+// Whether a server has such a type.
+bool is_declared_type(std::string_view declaration);
+
+// The declaration of a type; empty for type 0.
+std::string declared_type_text(const declared_type &type);
 
 } // namespace sqlite_oci

@@ -42,7 +42,7 @@ std::optional<opening> opening_of(std::string_view text)
     std::size_t length = 0;
     while (length < text.size() && is_name_letter(text[length]))
         ++length;
-    opening found{upper_case(text.substr(0, length)), {}};
+    opening found{sql::upper_case(text.substr(0, length)), {}};
     text.remove_prefix(length);
     if (found.variable.empty() || !take_word(&text, "FOR"))
         return std::nullopt;

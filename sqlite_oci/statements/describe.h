@@ -30,15 +30,9 @@ struct object_description {
     column_descriptions columns;
 };
 
-// The first columns of a compiled query, one for each of `kinds`: by the kinds of their values, null where it
-// is not known, those are described that have no declared type. `text` tells which of their names are quoted
-// and so keep their case. Needs the connection's mutex.
-column_descriptions describe_columns(sqlite3_stmt *query, std::string_view text,
-                                     const std::vector<value_kind> &kinds);
-
 // The table or view with this name, which a schema or the user may precede. `kind` is the one wanted, or
 // OCI_PTYPE_UNK. Needs the connection's mutex. Throws ORA-04043 when there is none.
-object_description describe_object(const connection &on, std::string_view name, ub1 kind);
+object_description describe_object(connection &on, std::string_view name, ub1 kind);
 
 class parameter_owner;
 

@@ -1,4 +1,5 @@
 // Execution of statements.
+#include "statements/run_scopes.h"
 #include "statements/statement.h"
 
 namespace sqlite_oci
@@ -6,32 +7,13 @@ namespace sqlite_oci
 namespace
 {
 
-// Ends the run of a compiled statement, whatever it came to, so that it keeps no lock.
-struct run_end {
-    sqlite3_stmt *running;
-    ~run_end() { sqlite3_reset(running); }
-};
-
-// Opens a transaction for a statement. One that changed nothing leaves no transaction, and so no lock.
-class change_scope
+std::vector<bool> number_columns(const sql::translation &translated)
 {
-public:
-    explicit change_scope(connection &on)
-        : on_(on), is_first_(on.begin_changes()), changes_before_(sqlite3_total_changes64(on.db()))
-    {
-    }
-    ~change_scope()
-    {
-        if (is_first_ && sqlite3_total_changes64(on_.db()) == changes_before_)
-            on_.give_up();
-    }
-    change_scope(const change_scope &) = delete;
-
-private:
-    connection &on_;
-    bool is_first_;
-    sqlite3_int64 changes_before_;
-};
+    std::vector<bool> result;
+    for (const sql::result_column &column : translated.columns)
+        result.push_back(column.type.type == SQLT_NUM);
+    return result;
+}
 
 } // namespace
 
@@ -47,7 +29,6 @@ sword statement::execute(const service_context &context, const execution &how, c
     const auto shared = context.shared_connection();
     connection &on = *shared;
     compiled_.leave_other(on);
-    locking_.leave_other(on);
     const std::scoped_lock lock(on.mutex());
     on.start_call();
     forget_execution();
@@ -64,12 +45,9 @@ sword statement::execute(const service_context &context, const execution &how, c
         on.lobs->write_back(on);
 
     const bool is_to_run = (how.mode & (OCI_PARSE_ONLY | OCI_DESCRIBE_ONLY)) == 0;
-    if (!is_to_run) {
-        compiled_.reset();
-        on.look_at_schema();
-    }
-    compiled_.compile(shared, text, &error_offset);
-    column_count = static_cast<ub4>(sqlite3_column_count(compiled_.get()));
+    compiled_.compile(shared, text, bind_types(), &error_offset);
+    column_count = static_cast<ub4>(compiled_.translated().columns.size());
+    find_own_texts(on);
     is_described = true;
     if (!is_to_run)
         return OCI_SUCCESS;
@@ -79,7 +57,12 @@ sword statement::execute(const service_context &context, const execution &how, c
         return OCI_NEED_DATA;
     }
 
+    const wait_scope wait(on, compiled_.translated().wait_seconds);
     sword status = OCI_SUCCESS;
+    if (run_without_rows(on)) {
+        is_executed = true;
+        return OCI_SUCCESS;
+    }
     switch (text.kind) {
     case statement_kind::query:
         status = run_query(shared, how, errors);
@@ -90,11 +73,11 @@ sword statement::execute(const service_context &context, const execution &how, c
     case statement_kind::definition:
         run_definition(on);
         break;
-    case statement_kind::savepoint:
-        run_savepoint(on);
+    case statement_kind::block:
+        run_block(on);
         break;
     default:
-        run_once(on);
+        run_savepoint(on);
         break;
     }
     if (how.mode & OCI_COMMIT_ON_SUCCESS)
@@ -123,8 +106,6 @@ void statement::check_text()
         error_offset = as_attribute(zero);
         fail(911, "invalid character: there is a zero byte in the text, at offset %zu", zero);
     }
-    if (text.kind == statement_kind::block)
-        fail(3001, "PL/SQL blocks and calls are not served");
 }
 
 void statement::check_binds() const
@@ -142,7 +123,7 @@ void statement::bind_row(sqlite3_stmt *target, std::size_t row)
         const value bound = used->value_of(row);
         for (const std::size_t placeholder : used->placeholders)
             if (bound_[placeholder] == used.get())
-                bind_to(target, static_cast<int>(placeholder) + 1, bound);
+                compiled_.bind(target, placeholder, bound);
     }
 }
 
@@ -157,7 +138,7 @@ int statement::step(connection &on, sqlite3_stmt *running)
 void statement::fail_in_engine(connection &on, int code)
 {
     error_offset = 0;
-    failure failed{on.record(code, text.action, text.for_engine)};
+    failure failed{on.record(code, text.action, text.original)};
     // SQLite gives the whole transaction up when a change is interrupted or the disk fails.
     if (text.kind == statement_kind::change && !on.in_transaction()) {
         on.rollback();
@@ -166,48 +147,12 @@ void statement::fail_in_engine(connection &on, int code)
     throw std::move(failed);
 }
 
-// Whether there is a query to run instead, which tells locators the rows that it locks.
-bool statement::compile_locking(const std::shared_ptr<connection> &on)
-{
-    if (!text.for_update)
-        return false;
-    sql_text with_identity = text;
-    with_identity.for_engine = locked_rows::with_identity(text);
-    if (with_identity.for_engine.empty())
-        return false;
-    try {
-        ub2 ignored = 0;
-        locking_.compile(on, with_identity, &ignored);
-    } catch (const failure &) {
-        return false;
-    }
-    return true;
-}
-
-// Runs that query; false, with nothing read, where it is none or no longer one.
-bool statement::try_locking(const std::shared_ptr<connection> &on)
-{
-    if (!compile_locking(on))
-        return false;
-    sqlite3_stmt *const running = locking_.get();
-    bind_row(running, 0);
-    const run_end end{running};
-    const int code = sqlite3_step(running);
-    if (code == SQLITE_ROW || code == SQLITE_DONE) {
-        locked_.start(on, running);
-        read_rows(*on, running, code);
-        return true;
-    }
-    // Compiled anew, it may have met a table without such rows; the plain query tells all other errors.
-    return false;
-}
-
-// The step before may have compiled the query anew, with other columns than it had.
+// `code` is that of the first step.
 void statement::read_rows(connection &on, sqlite3_stmt *running, int code)
 {
-    column_count = static_cast<ub4>(sqlite3_column_count(running)) - (locked_.empty() ? 0 : 1);
+    const std::vector<bool> are_numbers = number_columns(compiled_.translated());
     for (; code == SQLITE_ROW; code = step(on, running)) {
-        rows_.append(running, static_cast<int>(column_count));
+        rows_.append(running, static_cast<int>(column_count), are_numbers);
         if (!locked_.empty())
             locked_.append(running);
     }
@@ -217,15 +162,23 @@ sword statement::run_query(const std::shared_ptr<connection> &shared, const exec
                            call_errors errors)
 {
     connection &on = *shared;
-    if (text.for_update)
-        on.begin_changes();
-    if (!try_locking(shared)) {
-        locking_.reset();
-        sqlite3_stmt *const running = compiled_.get();
-        bind_row(running, 0);
+    const sql::translation &translated = compiled_.translated();
+    // A sequence is a row that changes, also in a query, which leaves no lock behind.
+    const bool is_change = translated.locks_rows || translated.uses_sequence;
+    const bool is_first = is_change && on.begin_changes();
+    locked_.clear();
+    sqlite3_stmt *const locking = compiled_.locking();
+    sqlite3_stmt *const running = locking ? locking : compiled_.step(0);
+    bind_row(running, 0);
+    {
         const run_end end{running};
-        read_rows(on, running, step(on, running));
+        const int code = step(on, running);
+        if (locking)
+            locked_.start(shared, running);
+        read_rows(on, running, code);
     }
+    if (is_first && !translated.locks_rows)
+        on.commit();
     is_executed = true;
     is_scrollable_ = (how.mode & OCI_STMT_SCROLLABLE_READONLY) != 0;
     if (how.iterations == 0)
@@ -276,39 +229,114 @@ sword statement::run_changes(connection &on, const execution &how, call_errors e
 
 void statement::change_row(connection &on, std::size_t row)
 {
-    const run_end end{compiled_.get()};
-    bind_row(compiled_.get(), row);
+    on.settings.row_number = 0;
+    if (compiled_.translated().steps.size() == 1)
+        return run_step(on, 0, row);
+    const savepoint_scope all(on);
+    run_steps(on, row);
+    all.keep();
+}
+
+void statement::run_steps(connection &on, std::size_t row)
+{
+    for (std::size_t i = 0; i < compiled_.translated().steps.size(); ++i)
+        run_step(on, i, row);
+}
+
+void statement::run_step(connection &on, std::size_t index, std::size_t row)
+{
+    const sql::translated_step &translated = compiled_.translated().steps[index];
+    if (translated.commits)
+        return on.commit();
+    if (translated.rolls_back)
+        return on.rollback();
+    sqlite3_stmt *const running = compiled_.step(index);
+    const run_end end{running};
+    bind_row(running, row);
     on.forget_changed_row();
-    while (step(on, compiled_.get()) == SQLITE_ROW)
-        continue; // rows of RETURNING have no place to go
+    std::size_t rows = 0;
+    while (step(on, running) == SQLITE_ROW) {
+        if (translated.outputs.empty())
+            continue;
+        if (++rows > 1)
+            fail(translated.needs_row ? 1422 : 24369, "several rows for the bind variables of one");
+        store_outputs(running, translated, row);
+    }
+    if (translated.needs_row && rows == 0)
+        fail(1403, "no data found");
     if (on.changed_row())
         changed_row_ = on.changed_row();
-    row_count += static_cast<ub4>(sqlite3_changes64(on.db()));
+    if (translated.counts_rows)
+        row_count += static_cast<ub4>(sqlite3_changes64(on.db()));
 }
 
 // A definition is a transaction of its own.
 void statement::run_definition(connection &on)
 {
     on.commit();
-    run_once(on);
+    on.begin_changes();
+    try {
+        run_steps(on, 0);
+        on.commit();
+    } catch (...) {
+        if (on.in_transaction())
+            on.rollback();
+        throw;
+    }
+    row_count = 0;
+    is_executed = true;
+}
+
+// A block is done whole or not at all, but for what it commits itself.
+void statement::run_block(connection &on)
+{
+    on.begin_changes();
+    const savepoint_scope all(on);
+    on.settings.row_number = 0;
+    run_steps(on, 0);
+    all.keep();
+    is_executed = true;
+    if (compiled_.translated().steps.empty())
+        row_count = 1;
 }
 
 void statement::run_savepoint(connection &on)
 {
     if (!on.in_transaction())
         on.begin();
-    run_once(on);
+    run_steps(on, 0);
+    row_count = 0;
+    if (text.goes_back())
+        on.keep_sequences();
     if (on.lobs && text.goes_back())
-        lobs_of(on).undo();
+        lobs_of(on).undo(); // where the transaction goes back, locators follow it
+    is_executed = true;
 }
 
-void statement::run_once(connection &on)
+// What concerns the session or its transaction. False for all that runs SQL.
+bool statement::run_without_rows(connection &on)
 {
-    const run_end end{compiled_.get()};
-    bind_row(compiled_.get(), 0);
-    while (step(on, compiled_.get()) == SQLITE_ROW)
-        continue;
-    is_executed = true;
+    const sql::translation &translated = compiled_.translated();
+    switch (translated.does) {
+    case sql::effect::run:
+        return false;
+    case sql::effect::lock_table:
+        on.begin_changes();
+        return true;
+    case sql::effect::set_session:
+        for (const auto &[name, value] : translated.session_values)
+            on.settings.set(name, value);
+        return true;
+    case sql::effect::begin_read_only:
+        on.begin_read_only();
+        return true;
+    case sql::effect::begin_serializable:
+        on.begin_serializable();
+        return true;
+    case sql::effect::nothing:
+        return true;
+    }
+    return true;
 }
 
 } // namespace sqlite_oci

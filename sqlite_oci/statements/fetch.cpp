@@ -144,7 +144,7 @@ bool statement::store_row(row_store::reader &reader, fetch_outcome &outcome)
                 return false;
             continue;
         }
-        into->store(fetched, row, outcome);
+        into->store(shown(fetched, fetching_.column, *into), row, outcome);
         if (lob_locator *locator = locked_.empty() ? nullptr : into->locator_at(row))
             locked_.lock(*locator, fetching_.first + row, fetching_.column);
     }

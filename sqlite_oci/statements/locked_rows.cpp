@@ -1,15 +1,11 @@
 #include "statements/locked_rows.h"
 
-#include <algorithm>
-#include <iterator>
+#include <string_view>
 
 namespace sqlite_oci
 {
 namespace
 {
-
-// Words of queries whose rows come of several rows of a table.
-constexpr const char *gathering_words[] = {"DISTINCT", "GROUP", "UNION", "INTERSECT", "EXCEPT"};
 
 struct origin {
     const char *schema, *table, *column;
@@ -34,16 +30,6 @@ bool is_identity(const origin &row)
 }
 
 } // namespace
-
-// A join makes the added name ambiguous and a view does not have it: then the text does not compile.
-std::string locked_rows::with_identity(const sql_text &text)
-{
-    if (!text.for_update || text.from_offset == 0 ||
-        std::any_of(std::begin(gathering_words), std::end(gathering_words),
-                    [&](const char *word) { return find_word(text.for_engine, word) != std::string::npos; }))
-        return {};
-    return std::string(text.for_engine).insert(text.from_offset, ", _rowid_ ");
-}
 
 void locked_rows::start(const std::shared_ptr<connection> &on, sqlite3_stmt *query)
 {

@@ -3,7 +3,6 @@
 
 #include "connections/connection.h"
 #include "lobs/lob.h"
-#include "sql/sql_text.h"
 
 #include <memory>
 #include <optional>
@@ -15,11 +14,8 @@ namespace sqlite_oci
 class locked_rows
 {
 public:
-    // The text of the query with the row's identity as one more column at the end; empty where the rows of
-    // the result are not the rows of a table.
-    static std::string with_identity(const sql_text &text);
-
-    // Before the rows of such a query, which runs in a transaction, are added.
+    // Before the rows of a query, whose last column is the identity of a row and which runs in a transaction,
+    // are added.
     void start(const std::shared_ptr<connection> &on, sqlite3_stmt *query);
     void clear();
 

@@ -15,6 +15,8 @@ constexpr std::size_t chunk_size = std::size_t{64} << 10;
 // Blocks double up to the size of a huge page of memory, which the kernel hands out far faster than as many
 // small ones.
 constexpr std::size_t first_block = std::size_t{2} << 10;
+constexpr int longest_number = 21; // bytes
+
 constexpr std::size_t huge_page = std::size_t{2} << 20;
 
 } // namespace
@@ -27,17 +29,17 @@ void row_store::clear()
     row_start_ = end_ = limit_ = nullptr;
 }
 
-void row_store::append(sqlite3_stmt *statement, int columns)
+void row_store::append(sqlite3_stmt *statement, int columns, const std::vector<bool> &are_numbers)
 {
     row_start_ = end_;
     if (chunks_.empty() || end_ - chunks_.back().start >= static_cast<std::ptrdiff_t>(chunk_size))
         chunks_.push_back({rows_, row_start_});
     for (int column = 0; column < columns; ++column)
-        append_column(statement, column);
+        append_column(statement, column, are_numbers);
     ++rows_;
 }
 
-void row_store::append_column(sqlite3_stmt *statement, int column)
+void row_store::append_column(sqlite3_stmt *statement, int column, const std::vector<bool> &are_numbers)
 {
     const int type = sqlite3_column_type(statement, column);
     switch (type) {
@@ -59,6 +61,13 @@ void row_store::append_column(sqlite3_stmt *statement, int column)
     const int size = sqlite3_column_bytes(statement, column);
     if (!bytes && size)
         throw std::bad_alloc();
+    if (!is_text && are_numbers[static_cast<std::size_t>(column)] && size <= longest_number) {
+        reserve(2 + static_cast<std::size_t>(size));
+        put(number_form, static_cast<std::uint8_t>(size));
+        std::memcpy(end_, bytes, static_cast<std::size_t>(size));
+        end_ += size;
+        return;
+    }
     append_bytes(bytes, static_cast<std::size_t>(size), is_text);
 }
 

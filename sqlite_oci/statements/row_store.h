@@ -17,7 +17,9 @@ public:
     void clear();
 
     // Adds the row that the statement stands on.
-    void append(sqlite3_stmt *statement, int columns);
+    // Blobs in columns that `are_numbers` tells are numbers of many digits; it has an element for each
+    // column.
+    void append(sqlite3_stmt *statement, int columns, const std::vector<bool> &are_numbers);
 
     std::size_t size() const { return rows_; }
 
@@ -64,6 +66,7 @@ private:
         short_blob_form,
         long_text_form, // a length of four bytes
         long_blob_form,
+        number_form, // a length of one byte
     };
 
     template <class T> static const char *take(const char *at, T &result)
@@ -75,7 +78,7 @@ private:
     template <class T> static const char *read_bytes(const char *at, value_kind kind, value &result);
     static const char *read(const char *at, value &result);
 
-    void append_column(sqlite3_stmt *statement, int column);
+    void append_column(sqlite3_stmt *statement, int column, const std::vector<bool> &are_numbers);
     void append_integer(std::int64_t integer);
     void append_bytes(const void *bytes, std::size_t size, bool is_text);
     template <class T> void put(form as, const T &number);
@@ -124,6 +127,8 @@ inline const char *row_store::read(const char *at, value &result)
         return read_bytes<std::uint8_t>(at, value_kind::text, result);
     case short_blob_form:
         return read_bytes<std::uint8_t>(at, value_kind::blob, result);
+    case number_form:
+        return read_bytes<std::uint8_t>(at, value_kind::number, result);
     case long_text_form:
         return read_bytes<std::uint32_t>(at, value_kind::text, result);
     case long_blob_form:

@@ -59,7 +59,6 @@ void statement::prepare(std::string sql)
     give_up_pieces();
     forget_parameters();
     compiled_.reset();
-    locking_.reset();
     locked_.clear();
     forget_variables();
 }
@@ -77,9 +76,9 @@ void statement::forget_variables()
 std::string statement::row_identity() const
 {
     if (changed_row_)
-        return std::to_string(*changed_row_);
+        return row_id_to_text(*changed_row_);
     const sqlite3_int64 locked = current_row ? locked_.identity(current_row - 1) : 0;
-    return locked ? std::to_string(locked) : std::string();
+    return locked ? row_id_to_text(locked) : std::string();
 }
 
 bind &statement::bind_position(bind *known, ub4 position)
@@ -93,7 +92,7 @@ bind &statement::bind_position(bind *known, ub4 position)
 bind &statement::bind_name(bind *known, std::string_view name)
 {
     check_idle();
-    const std::string wanted = upper_case(name.starts_with(':') ? name.substr(1) : name);
+    const std::string wanted = sql::upper_case(name.starts_with(':') ? name.substr(1) : name);
     std::vector<std::size_t> placeholders;
     for (std::size_t i = 0; i < text.placeholders.size(); ++i)
         if (text.placeholders[i].name == wanted)

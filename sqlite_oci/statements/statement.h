@@ -5,6 +5,7 @@
 #include "handles/call.h"
 #include "handles/callback_scope.h"
 #include "sql/sql_text.h"
+#include "statements/compiled_statement.h"
 #include "statements/describe.h"
 #include "statements/locked_rows.h"
 #include "statements/pieces.h"
@@ -162,39 +163,6 @@ private:
     OCICallbackDefine callback_ = nullptr;
 };
 
-// A statement of SQLite, compiled for a connection.
-class compiled_statement
-{
-public:
-    compiled_statement() = default;
-    ~compiled_statement() { reset(); }
-    compiled_statement(const compiled_statement &) = delete;
-    compiled_statement &operator=(const compiled_statement &) = delete;
-
-    // Keeps what is compiled already for this connection. Needs the connection's mutex. On failure throws,
-    // with the error's place in *error_offset.
-    void compile(const std::shared_ptr<connection> &on, const sql_text &text, ub2 *error_offset);
-
-    // Takes the connection's mutex, unless it is held.
-    void reset();
-
-    // reset() of what is compiled for another connection. Before this one's mutex is taken: a thread that
-    // held it would wait for the other one's.
-    void leave_other(const connection &than);
-
-    sqlite3_stmt *get() const { return compiled_; }
-
-    // The first columns of what is compiled, as describe_columns does. Takes the connection's mutex.
-    column_descriptions describe(std::string_view text, const std::vector<value_kind> &kinds) const;
-
-private:
-    void finalize();
-    void check_whole_text(const sql_text &text, const char *tail) const;
-
-    std::shared_ptr<connection> on_;
-    sqlite3_stmt *compiled_ = nullptr;
-};
-
 // An offset in a text as OCI_ATTR_PARSE_ERROR_OFFSET, which has 16 bits.
 inline ub2 as_attribute(std::size_t offset)
 {
@@ -269,17 +237,23 @@ private:
     void forget_execution();
     void check_text();
     void check_binds() const;
+    std::vector<sql::bind_type> bind_types() const;
     void bind_row(sqlite3_stmt *target, std::size_t row);
+    bool run_without_rows(connection &on);
+    void run_steps(connection &on, std::size_t row);
+    void run_step(connection &on, std::size_t index, std::size_t row);
+    void store_outputs(sqlite3_stmt *from, const sql::translated_step &step, std::size_t row);
+    void run_block(connection &on);
     sword run_query(const std::shared_ptr<connection> &on, const execution &how, call_errors errors);
     sword run_changes(connection &on, const execution &how, call_errors errors);
     void run_definition(connection &on);
-    void run_once(connection &on);
     void run_savepoint(connection &on);
     sword fetch_exactly(ub4 rows, call_errors errors);
     void change_row(connection &on, std::size_t row);
     int step(connection &on, sqlite3_stmt *running);
     [[noreturn]] void fail_in_engine(connection &on, int code);
 
+    void describe_columns();
     std::vector<value_kind> value_kinds() const;
     std::size_t first_row(ub2 orientation, sb4 offset) const;
     sword continue_fetch(call_errors errors);
@@ -293,21 +267,23 @@ private:
     bool collect_pieces(const execution &how);
     bool await_bind(const variable *after, std::size_t row);
 
-    bool compile_locking(const std::shared_ptr<connection> &on);
-    bool try_locking(const std::shared_ptr<connection> &on);
     void read_rows(connection &on, sqlite3_stmt *running, int code);
     sword fetch_rows(ub4 rows, ub2 orientation, sb4 offset, call_errors errors);
     void check_idle() const { callback_scope::check(*this); }
+    void find_own_texts(const connection &on);
+    const value &shown(const value &fetched, std::size_t column, const define &into);
 
     compiled_statement compiled_;
     row_store rows_;
     awaited_piece awaited_;
     fetch_position fetching_;
+    std::vector<bool> has_own_text_; // columns of dates and intervals, in their stored form
+    session_settings formats_;       // in which they are shown as texts
+    value shown_;
+    std::string shown_text_;
     column_descriptions columns_; // empty until asked for
 
-    // Of a query FOR UPDATE: where locators that are fetched from it come from.
-    compiled_statement locking_;
-    locked_rows locked_;
+    locked_rows locked_; // where locators that are fetched from a query FOR UPDATE come from
     bool is_scrollable_ = false;
     std::optional<std::int64_t> changed_row_; // the last one
 

@@ -21,6 +21,7 @@ int bind_to(sqlite3_stmt *statement, int position, const value &bound)
     case value_kind::text:
         return sqlite3_bind_text64(statement, position, bound.bytes.data(), size, SQLITE_STATIC, SQLITE_UTF8);
     case value_kind::blob:
+    case value_kind::number:
         return sqlite3_bind_blob64(statement, position, bound.bytes.data(), size, SQLITE_STATIC);
     case value_kind::null:
         break;

@@ -9,7 +9,14 @@
 namespace sqlite_oci
 {
 
-enum class value_kind : std::uint8_t { null, integer, real, text, blob };
+enum class value_kind : std::uint8_t {
+    null,
+    integer,
+    real,
+    text,
+    blob,
+    number, // more digits than an integer or a real has: bytes of SQLT_NUM, a blob for SQLite
+};
 
 // A value as SQLite knows it. `bytes` of a text are UTF-8; they belong to whoever made the value.
 struct value {

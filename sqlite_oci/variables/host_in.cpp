@@ -2,7 +2,7 @@
 #include "handles/call.h"
 #include "lobs/lob.h"
 #include "values/date.h"
-#include "values/number.h"
+#include "values/stored_number.h"
 #include "variables/host_value.h"
 
 #include <cmath>
@@ -89,30 +89,11 @@ template <class T> value read_real(const host_type &, const void *source, std::s
     return real_value(static_cast<double>(load<T>(source)));
 }
 
-int significant_digits(std::string_view text)
-{
-    int digits = 0, zeros = 0;
-    for (const char c : text) {
-        if (c == 'E')
-            break;
-        if (c < '0' || c > '9' || (digits == 0 && c == '0'))
-            continue;
-        ++digits;
-        zeros = c == '0' ? zeros + 1 : 0;
-    }
-    return digits - zeros;
-}
-
-// Integers of 64 bits and what a double holds exactly become numbers of SQLite; more digits are kept as text.
 value number_value(const OCINumber &number, std::string &scratch)
 {
-    std::int64_t integer = 0;
-    if (number_is_integer(number) && number_to_int64(number, &integer))
-        return integer_value(integer);
-    scratch = number_to_text(number);
-    if (significant_digits(scratch) <= 15)
-        return real_value(number_to_double(number));
-    return bytes_value(value_kind::text, scratch);
+    const stored_number stored = store_number(number);
+    scratch = stored.view();
+    return {.kind = stored.kind, .integer = stored.integer, .real = stored.real, .bytes = scratch};
 }
 
 value read_unsigned_long(const host_type &, const void *source, std::size_t, std::string &scratch)

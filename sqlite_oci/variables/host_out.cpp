@@ -1,7 +1,7 @@
 // Values that an application fetches.
 #include "lobs/lob.h"
 #include "values/date.h"
-#include "values/number.h"
+#include "values/stored_number.h"
 #include "variables/host_value.h"
 
 #include <algorithm>
@@ -31,17 +31,7 @@ template <class T> written store(const T &converted, void *target)
 // Any value that is a number or the text of one.
 int to_number(const value &fetched, OCINumber &number)
 {
-    switch (fetched.kind) {
-    case value_kind::integer:
-        number_from_int64(fetched.integer, &number);
-        return 0;
-    case value_kind::real:
-        return number_from_double(fetched.real, &number) ? 0 : ora_numeric_overflow;
-    case value_kind::text:
-        return number_from_text(fetched.bytes, &number) ? 0 : ora_invalid_number;
-    default:
-        return ora_inconsistent_types;
-    }
+    return number_from_value(fetched, &number);
 }
 
 // Toward zero, as the server converts for an integer variable.
@@ -323,6 +313,12 @@ std::string_view to_text(const value &fetched, char (&room)[number_text_max], st
                                                room)};
     case value_kind::real:
         return {room, real_to_chars(fetched.real, room)};
+    case value_kind::number: {
+        OCINumber number;
+        if (number_from_value(fetched, &number) == 0)
+            return {room, number_to_chars(number, room, sizeof room)};
+        return scratch = to_hex(fetched.bytes);
+    }
     case value_kind::blob:
         return scratch = to_hex(fetched.bytes);
     default:

@@ -74,23 +74,38 @@ protected:
 
 // A declaration and type, size, characters, by character, precision, scale, form, set, display.
 constexpr std::pair<const char *, const char *> declared_columns[] = {
-    {"VARCHAR2(20)", "1 20 20 0 0 0 1 873 20"},   {"varchar2( 20 )", "1 20 20 0 0 0 1 873 20"},
-    {"CHAR(3)", "96 3 3 0 0 0 1 873 3"},          {"\"VARCHAR2(20 CHAR)\"", "1 80 20 1 0 0 1 873 20"},
-    {"NVARCHAR2(10)", "1 40 10 1 0 0 2 873 10"},  {"NCHAR(2)", "96 8 2 1 0 0 2 873 2"},
-    {"NUMBER", "2 22 0 0 0 -127 0 0 40"},         {"\"VARCHAR2(20 BYTE)\"", "1 20 20 0 0 0 1 873 20"},
-    {"NUMBER(10,2)", "2 22 0 0 10 2 0 0 40"},     {"NUMBER(5)", "2 22 0 0 5 0 0 0 40"},
-    {"NUMBER(5,-2)", "2 22 0 0 5 -2 0 0 40"},     {"CHARACTER VARYING(7)", "1 7 7 0 0 0 1 873 7"},
-    {"\"NUMBER(*,3)\"", "2 22 0 0 38 3 0 0 40"},  {"INTEGER", "2 22 0 0 38 0 0 0 40"},
-    {"UNSIGNED BIG INT", "2 22 0 0 38 0 0 0 40"}, {"CHAR", "96 1 1 0 0 0 1 873 1"},
-    {"FLOAT(24)", "2 22 0 0 24 -127 0 0 40"},     {"BINARY_FLOAT", "100 4 0 0 0 0 0 0 40"},
-    {"BINARY_DOUBLE", "101 8 0 0 0 0 0 0 40"},    {"DOUBLE PRECISION", "2 22 0 0 126 -127 0 0 40"},
-    {"TIMESTAMP", "187 11 0 0 0 6 0 0 26"},       {"TIMESTAMP(3)", "187 11 0 0 0 3 0 0 23"},
-    {"RAW(16)", "23 16 0 0 0 0 0 0 32"},          {"DATE", "12 7 0 0 0 0 0 0 19"},
-    {"LONG", "8 0 0 0 0 0 1 873 4000"},           {"LONG RAW", "24 0 0 0 0 0 0 0 4000"},
-    {"CLOB", "112 4000 0 0 0 0 1 873 4000"},      {"TIMESTAMP WITH TIME ZONE", "188 13 0 0 0 6 0 0 33"},
-    {"NCLOB", "112 4000 0 0 0 0 2 873 4000"},     {"BLOB", "113 4000 0 0 0 0 0 0 4000"},
-    {"TEXT", "1 4000 4000 0 0 0 1 873 4000"},     {"\"INTERVAL DAY TO SECOND\"", "190 11 0 0 2 6 0 0 19"},
-    {"", "1 4000 4000 0 0 0 1 873 4000"},
+    {"VARCHAR2(20)", "1 20 20 0 0 0 1 873 20"},
+    {"varchar2( 20 )", "1 20 20 0 0 0 1 873 20"},
+    {"CHAR(3)", "96 3 3 0 0 0 1 873 3"},
+    {"\"VARCHAR2(20 CHAR)\"", "1 80 20 1 0 0 1 873 20"},
+    {"NVARCHAR2(10)", "1 40 10 1 0 0 2 873 10"},
+    {"NCHAR(2)", "96 8 2 1 0 0 2 873 2"},
+    {"NUMBER", "2 22 0 0 0 -127 0 0 40"},
+    {"\"VARCHAR2(20 BYTE)\"", "1 20 20 0 0 0 1 873 20"},
+    {"NUMBER(10,2)", "2 22 0 0 10 2 0 0 40"},
+    {"NUMBER(5)", "2 22 0 0 5 0 0 0 40"},
+    {"NUMBER(5,-2)", "2 22 0 0 5 -2 0 0 40"},
+    {"CHARACTER VARYING(7)", "1 7 7 0 0 0 1 873 7"},
+    {"\"NUMBER(*,3)\"", "2 22 0 0 38 3 0 0 40"},
+    {"INTEGER", "2 22 0 0 38 0 0 0 40"},
+    {"\"UNSIGNED BIG INT\"", "2 22 0 0 38 0 0 0 40"},
+    {"CHAR", "96 1 1 0 0 0 1 873 1"},
+    {"FLOAT(24)", "2 22 0 0 24 -127 0 0 40"},
+    {"BINARY_FLOAT", "100 4 0 0 0 0 0 0 40"},
+    {"BINARY_DOUBLE", "101 8 0 0 0 0 0 0 40"},
+    {"DOUBLE PRECISION", "2 22 0 0 126 -127 0 0 40"},
+    {"TIMESTAMP", "187 11 0 0 0 6 0 0 26"},
+    {"TIMESTAMP(3)", "187 11 0 0 0 3 0 0 23"},
+    {"RAW(16)", "23 16 0 0 0 0 0 0 32"},
+    {"DATE", "12 7 0 0 0 0 0 0 19"},
+    {"LONG", "8 0 0 0 0 0 1 873 4000"},
+    {"LONG RAW", "24 0 0 0 0 0 0 0 4000"},
+    {"CLOB", "112 4000 0 0 0 0 1 873 4000"},
+    {"TIMESTAMP WITH TIME ZONE", "188 13 0 0 0 6 0 0 33"},
+    {"NCLOB", "112 4000 0 0 0 0 2 873 4000"},
+    {"BLOB", "113 4000 0 0 0 0 0 0 4000"},
+    {"\"TEXT\"", "1 4000 4000 0 0 0 1 873 4000"},
+    {"\"INTERVAL DAY TO SECOND\"", "190 11 0 0 2 6 0 0 19"},
 };
 
 TEST_F(describe, declared_types_are_shown_in_both_ways_of_describing)
@@ -139,7 +154,7 @@ TEST_F(describe, names_are_upper_case_unless_quoted)
     const std::pair<const char *, std::vector<std::string>> cases[] = {
         {"SELECT * FROM t", {"ID", "Mixed", "two words"}},
         {"SELECT t.Id, \"Mixed\" FROM t", {"ID", "Mixed"}},
-        {"SELECT id AS other, id \"Other\", mixed low FROM t", {"OTHER", "Other", "LOW"}},
+        {"SELECT id AS other, id \"Other\", \"Mixed\" low FROM t", {"OTHER", "Other", "LOW"}},
         {"SELECT count( * ), 1 + 1, upper('a b') FROM t", {"COUNT(*)", "1+1", "UPPER('A B')"}},
         {"SELECT lower, \"View\" FROM v", {"LOWER", "View"}},
         {"SELECT dummy FROM dual", {"DUMMY"}},
@@ -163,16 +178,17 @@ TEST_F(describe, nullability_and_expressions_follow_origin_and_values)
 {
     db.run_all({"CREATE TABLE t (k VARCHAR2(5) PRIMARY KEY, n NUMBER NOT NULL, o DATE)",
                 "INSERT INTO t VALUES ('a', 1, NULL)"});
-    const prepared query(db, "SELECT k, n AS other, o, n + 1, k || 'x', x'00', NULL, nullif(n, 1) FROM t "
-                             "UNION ALL SELECT k, n, o, n, k, k, o, 7 FROM t");
+    const prepared query(db, "SELECT k, n AS other, o, n + 1, k || 'x', hextoraw('00'), NULL, nullif(n, 1), "
+                             "upper(k), sysdate, count(*) OVER (), 'abc' FROM t");
     ASSERT_EQ(query.execute(0), OCI_SUCCESS) << db.message();
     const prepared plain(db, "SELECT k, n AS other, o, n + 1 FROM t");
     ASSERT_EQ(plain.execute(0), OCI_SUCCESS);
     const ub1 nullable[] = {0, 0, 1, 1};
     for (ub4 i = 0; i < 4; ++i)
         EXPECT_EQ(attribute<ub1>(parameter(plain, i + 1), OCI_ATTR_IS_NULL), nullable[i]) << i;
-    const ub2 types[] = {SQLT_CHR, SQLT_NUM, SQLT_DAT, SQLT_NUM, SQLT_CHR, SQLT_BIN, SQLT_CHR, SQLT_NUM};
-    for (ub4 i = 0; i < 8; ++i)
+    const ub2 types[] = {SQLT_CHR, SQLT_NUM, SQLT_DAT, SQLT_NUM, SQLT_CHR, SQLT_BIN,
+                         SQLT_CHR, SQLT_NUM, SQLT_CHR, SQLT_DAT, SQLT_NUM, SQLT_AFC};
+    for (ub4 i = 0; i < std::size(types); ++i)
         EXPECT_EQ(attribute<ub2>(parameter(query, i + 1), OCI_ATTR_DATA_TYPE), types[i]) << i;
 }
 
@@ -209,7 +225,7 @@ TEST_F(describe, tables_and_views_are_found_by_name)
 {
     db.run_all({"CREATE TABLE city (id NUMBER NOT NULL, \"Name\" VARCHAR2(40))",
                 "CREATE TABLE \"Odd.Name\" (a DATE)",
-                "CREATE VIEW names AS SELECT \"Name\", id + 1 FROM city"});
+                "CREATE VIEW names AS SELECT \"Name\", id + 1 AS next FROM city"});
     const std::tuple<const char *, ub1, ub1, const char *, ub2> found[] = {
         {"city", OCI_PTYPE_UNK, OCI_PTYPE_TABLE, "CITY", 2},
         {"CITY", OCI_PTYPE_TABLE, OCI_PTYPE_TABLE, "CITY", 2},

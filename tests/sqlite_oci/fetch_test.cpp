@@ -87,7 +87,7 @@ TEST_F(fetch, values_become_texts)
     const std::tuple<const char *, std::string, sb4, ub2, ub2> cases[] = {
         {"'abc'", "abc##", 5, SQLT_CHR, 3},        {"'abc'", "abc\0#"s, 5, SQLT_STR, 3},
         {"'abc'", "abc  ", 5, SQLT_AFC, 5},        {"'abc'", "abc  \0"s, 6, SQLT_AVC, 5},
-        {"'abc'", "abc#", 4, SQLT_LNG, 3},         {"''", "\0#"s, 2, SQLT_STR, 0},
+        {"'abc'", "abc#", 4, SQLT_LNG, 3},         {"empty_clob()", "\0#"s, 2, SQLT_STR, 0},
         {"-12", "-12#", 4, SQLT_CHR, 3},           {"0.5", ".5##", 4, SQLT_CHR, 2},
         {"12.50", "12.5#", 5, SQLT_CHR, 4},        {"1e20", "100000000000000000000", 21, SQLT_CHR, 21},
         {"x'0aFF'", "0AFF#", 5, SQLT_CHR, 4},      {"x'0aFF'", "\x0A\xFF#", 3, SQLT_BIN, 2},
@@ -110,7 +110,7 @@ TEST_F(fetch, values_become_texts)
 // How a null and a cut value are told, by what the program gave to be told with.
 TEST_F(fetch, nulls_and_cuts_are_reported)
 {
-    db.run_all({"CREATE TABLE t (null_value NUMBER, short VARCHAR2(10), long CLOB)",
+    db.run_all({"CREATE TABLE t (null_value NUMBER, short VARCHAR2(10), longer CLOB)",
                 "INSERT INTO t VALUES (NULL, 'abcdefghij', '" + std::string(40000, 'x') + "')"});
     const std::tuple<const char *, bool, bool, sword, int, sb2, ub2> cases[] = {
         {"null_value", true, false, OCI_SUCCESS, 0, -1, 0},
@@ -121,7 +121,7 @@ TEST_F(fetch, nulls_and_cuts_are_reported)
         {"short", true, true, OCI_SUCCESS_WITH_INFO, 24345, 10, 1406},
         {"short", false, true, OCI_SUCCESS_WITH_INFO, 24345, 0, 1406},
         {"short", false, false, OCI_SUCCESS_WITH_INFO, 1406, 0, 0},
-        {"long", true, true, OCI_SUCCESS_WITH_INFO, 24345, -2, 1406},
+        {"longer", true, true, OCI_SUCCESS_WITH_INFO, 24345, -2, 1406},
     };
     for (const auto &[column, has_indicator, has_code, status, record, told, told_code] : cases) {
         SCOPED_TRACE(testing::Message() << column << has_indicator << has_code);
@@ -142,8 +142,9 @@ TEST_F(fetch, nulls_and_cuts_are_reported)
 
 TEST_F(fetch, arrays_are_filled_in_pieces_with_skipped_columns)
 {
-    const prepared query(db, "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 10) "
-                             "SELECT 'unused', i, CASE WHEN i % 3 THEN 'n' || i END, i * 1000 FROM n");
+    const prepared query(db,
+                         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 10) "
+                         "SELECT 'unused', i, CASE WHEN mod(i, 3) <> 0 THEN 'n' || i END, i * 1000 FROM n");
     struct row {
         sb2 number;
         char name[4];
@@ -178,13 +179,13 @@ TEST_F(fetch, arrays_are_filled_in_pieces_with_skipped_columns)
 
 TEST_F(fetch, many_and_long_rows_come_back_as_they_were)
 {
-    db.run_all({"CREATE TABLE t (i NUMBER, short VARCHAR2(30), long CLOB, bytes BLOB)",
-                "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 19999) "
-                "INSERT INTO t SELECT i * i * i * 7919 * (i % 2 * 2 - 1), 'row ' || i, "
-                "CASE WHEN i % 1000 = 7 THEN printf('%.*c', i * 10, 'x') WHEN i % 5 = 0 THEN 'z' END, "
-                "zeroblob(i % 300) FROM n"});
-    const prepared query(db,
-                         "SELECT i, short, length(long), long, length(bytes), bytes FROM t ORDER BY rowid");
+    db.run_all({"CREATE TABLE t (i NUMBER, short VARCHAR2(30), longer CLOB, bytes BLOB)",
+                "INSERT INTO t "
+                "WITH n(i) AS (SELECT 0 FROM dual UNION ALL SELECT i + 1 FROM n WHERE i < 19999) "
+                "SELECT i * i * i * 7919 * (mod(i, 2) * 2 - 1), 'row ' || i, CASE WHEN mod(i, 1000) = 7 THEN "
+                "printf('%.*c', i * 10, 'x') WHEN mod(i, 5) = 0 THEN 'z' END, zeroblob(mod(i, 300)) FROM n"});
+    const prepared query(
+        db, "SELECT i, short, length(longer), longer, length(bytes), bytes FROM t ORDER BY rowid");
     constexpr ub4 batch = 64;
     sb8 number[batch];
     char name[batch][32];

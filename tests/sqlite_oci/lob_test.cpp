@@ -242,7 +242,7 @@ TEST_F(lob, values_pass_in_every_form)
         const std::string row = std::to_string(++id), column = used.is_text ? "c" : "b";
         db.run_all({"INSERT INTO t VALUES(" + row + ", empty_clob(), empty_blob())"});
         const std::string query = "SELECT " + column + (" FROM t WHERE id = " + row);
-        OCILobLocator *const target = select(query + " FOR UPDATE OF c, b NOWAIT;", used.type());
+        OCILobLocator *const target = select(query + " FOR UPDATE OF c, b NOWAIT", used.type());
         EXPECT_EQ(length(target), 0u);
 
         const std::size_t place = used.units(start.substr(0, 300));
@@ -288,7 +288,7 @@ TEST_F(lob, locators_and_null_come_in_arrays_of_structures)
     insert.in(":c", rows[0].value, SQLT_CLOB, &rows[0].indicator);
     ASSERT_EQ(OCIBindArrayOfStruct(insert.last_bind, db.errors, sizeof(row), sizeof(row), 0, 0), OCI_SUCCESS);
     ASSERT_TRUE(db.succeeds(insert.execute(3)));
-    EXPECT_EQ(db.ask("SELECT group_concat(id || ifnull(typeof(c) || ':' || c, '-')) FROM t"),
+    EXPECT_EQ(db.ask("SELECT group_concat(id || nvl2(c, typeof(c) || ':' || c, '-')) FROM t"),
               "1text:first,2-,3text:");
 
     const prepared update(db, "UPDATE t SET b = :b");
@@ -315,7 +315,7 @@ TEST_F(lob, locators_and_null_come_in_arrays_of_structures)
 // Every way to a value that must not be written, or cannot be reached.
 TEST_F(lob, refusals)
 {
-    db.run_all({"INSERT INTO t VALUES(1, 'text', x'01'); "});
+    db.run_all({"INSERT INTO t VALUES(1, 'text', x'01')"});
     OCILobLocator *const unlocked = select("SELECT c FROM t", SQLT_CLOB);
     OCILobLocator *const empty = locator();
     OCILobLocator *const over = select("SELECT c FROM t FOR UPDATE", SQLT_CLOB);

@@ -48,25 +48,25 @@ TEST_F(robustness, statements_reach_nothing_but_their_database)
     directory.add("other");
     const std::string other = "'" + (directory.path() / "other.db").string() + "'";
     const std::tuple<std::string, int> cases[] = {
-        {"ATTACH DATABASE " + other + " AS other", 1031},
-        {"ATTACH DATABASE '' AS other", 1031},
-        {"PRAGMA writable_schema = 1", 1031},
-        {"PRAGMA journal_mode = OFF", 1031},
-        {"PRAGMA foreign_keys = OFF", 1031},
-        {"PRAGMA temp_store_directory = '/'", 1031},
-        {"UPDATE sqlite_schema SET sql = ''", 1031},
-        {"SELECT load_extension('x') FROM dual", 1031},
-        {"END", 1031},
+        {"ATTACH DATABASE " + other + " AS other", 900},
+        {"ATTACH DATABASE '' AS other", 900},
+        {"PRAGMA writable_schema = 1", 900},
+        {"PRAGMA journal_mode = OFF", 900},
+        {"PRAGMA foreign_keys = OFF", 900},
+        {"PRAGMA temp_store_directory = '/'", 900},
+        {"UPDATE sqlite_schema SET sql = ''", 942},
+        {"SELECT load_extension('x') FROM dual", 904},
+        {"END", 900},
         {"DELETE FROM t\0 WHERE a = 2"s, 911},
         {"ROLLBACK\0 TO s"s, 911},
         {"SELECT a FROM t\0"s, 911},
     };
-    EXPECT_EQ(db.run("VACUUM INTO '" + (directory.path() / "copy.db").string() + "'"), 1031);
+    EXPECT_EQ(db.run("VACUUM INTO '" + (directory.path() / "copy.db").string() + "'"), 900);
     ASSERT_EQ(db.run("UPDATE t SET a = 2"), 0);
     for (const auto &[sql, code] : cases)
         EXPECT_EQ(db.run(sql), code) << sql << ": " << db.message();
     EXPECT_EQ(db.ask("SELECT a FROM t"), "2") << "nothing was ended or deleted";
-    EXPECT_EQ(db.ask("SELECT name FROM pragma_table_info('t')"), "a");
+    EXPECT_EQ(db.ask("SELECT column_name FROM user_tab_columns WHERE table_name = 'T'"), "A");
     EXPECT_FALSE(std::filesystem::exists(directory.path() / "copy.db"));
 
     std::ofstream(directory.path() / "secret");
@@ -125,7 +125,7 @@ TEST_F(robustness, a_refused_lob_value_is_told_once)
     EXPECT_EQ(db.ask("SELECT group_concat(c) FROM t"), "x");
 
     ASSERT_EQ(db.run("INSERT INTO t VALUES ('w')"), 0);
-    ASSERT_EQ(write(select("SELECT c FROM t WHERE c = 'x' FOR UPDATE"), too_long), OCI_SUCCESS);
+    ASSERT_EQ(write(select("SELECT c FROM t WHERE length(c) = 1 FOR UPDATE"), too_long), OCI_SUCCESS);
     EXPECT_TRUE(db.fails(db.commit(), 2091)) << "half of a transaction is not committed";
     EXPECT_EQ(db.ask("SELECT group_concat(c) FROM t"), "x");
 }

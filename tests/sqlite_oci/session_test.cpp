@@ -149,8 +149,8 @@ TEST_F(session, logon_connects_in_one_step)
     connected_client first;
     ASSERT_TRUE(first.succeeds(log_on(first, "main")));
     first.service = made;
-    EXPECT_EQ(first.ask("SELECT user FROM dual"), "anna");
-    EXPECT_EQ(first.ask("SELECT user()"), "anna");
+    EXPECT_EQ(first.ask("SELECT user FROM dual"), "ANNA");
+    EXPECT_EQ(first.ask("SELECT user()"), "ANNA");
     ASSERT_TRUE(db.succeeds(
         OCILogon2(db.env, db.errors, &made, text("anna"), 4, text("pw"), 2, text("main"), 4, OCI_DEFAULT)));
     OraText version[80];

@@ -16,11 +16,11 @@ TEST_F(sql, preparation_tells_kind_and_bind_variables_without_a_connection)
         {"select 1 from dual", OCI_STMT_SELECT, 4, 0},
         {"  /* a */ -- b\n SELECT :a, :A, :b1 FROM t", OCI_STMT_SELECT, 4, 3},
         {"WITH x AS (SELECT :1 FROM t) SELECT * FROM x", OCI_STMT_SELECT, 4, 1},
-        {"WITH x AS (SELECT 1) INSERT INTO t SELECT * FROM x", OCI_STMT_INSERT, 3, 0},
+        {"INSERT INTO t WITH x AS (SELECT 1 FROM dual) SELECT * FROM x", OCI_STMT_INSERT, 3, 0},
         {"INSERT INTO t VALUES (':no', \":no\", :yes, 'it''s :no')", OCI_STMT_INSERT, 3, 1},
         {"UPDATE t SET a = :a -- :no\n WHERE b = :b /* :no */", OCI_STMT_UPDATE, 5, 2},
         {"DELETE FROM t WHERE a=:1 AND b=:2", OCI_STMT_DELETE, 9, 2},
-        {"MERGE INTO t USING s ON (1=1)", OCI_STMT_UNKNOWN, 0, 0},
+        {"MERGE INTO t USING s ON (1=1)", 16, 189, 0},
         {"CREATE TABLE t (a NUMBER)", OCI_STMT_CREATE, 1, 0},
         {"CREATE UNIQUE INDEX i ON t (a)", OCI_STMT_CREATE, 20, 0},
         {"CREATE TRIGGER r AFTER INSERT ON t BEGIN UPDATE t SET a = :new.x; END", OCI_STMT_CREATE, 0, 0},
@@ -61,12 +61,12 @@ TEST_F(sql, failures_have_the_numbers_that_programs_test_for)
         {"DROP INDEX missing", 1418},       {"", 900},
         {"FETCH ALL THINGS", 900},          {"SELECT FROM t", 936},
         {"SELECT * FORM t", 923},           {"SELECT id FROM t WHERE id = 1 nonsense and more", 933},
-        {"SELECT 1; SELECT 2", 933},        {"SELECT sum(sum(id)) FROM t", 934},
+        {"SELECT 1; SELECT 2", 911},        {"SELECT sum(sum(id)) FROM t", 978},
         {"SELECT 'open FROM t", 1756},      {"SELECT id FROM t UNION SELECT id, n FROM t", 1789},
-        {"SELECT id FROM t WHERE", 921},    {"SELECT id FROM t ORDER BY 7", 1785},
+        {"SELECT id FROM t WHERE", 936},    {"SELECT id FROM t ORDER BY 7", 1785},
         {"UPDATE v SET id = 3", 1732},      {"SELECT to_number('x') FROM dual", 1722},
         {"SELECT ? FROM dual", 911},        {"SELECT to_date('x', 'YYYY-MM-DD') FROM dual", 1858},
-        {"BEGIN NULL; END;", 3001},         {"SELECT to_char(1, 'quux') FROM dual", 1481},
+        {"BEGIN IF 1; END;", 3001},         {"SELECT to_char(1, 'quux') FROM dual", 1481},
     };
     for (const auto &[text, code] : cases) {
         EXPECT_EQ(db.run(text), code) << text << "\n" << db.message();
@@ -80,45 +80,13 @@ TEST_F(sql, offset_of_a_syntax_error_is_that_in_the_text)
     const std::pair<std::string_view, ub2> cases[] = {
         {"SELECT :bind, missing FROM dual", 14},
         {"SELECT * FROM missing", 14},
-        {"SELECT 1 FROM dual; SELECT 2", 19},
+        {"SELECT 1 FROM dual; SELECT 2", 18},
     };
     for (const auto &[text, offset] : cases) {
         const prepared statement(db, text);
         EXPECT_EQ(statement.execute(1), OCI_ERROR);
         EXPECT_EQ(statement.attribute<ub2>(OCI_ATTR_PARSE_ERROR_OFFSET), offset) << text;
     }
-}
-
-TEST_F(sql, functions_and_dual)
-{
-    const std::pair<const char *, const char *> cases[] = {
-        {"dummy", "X"},
-        {"nvl(NULL, 'x')", "x"},
-        {"nvl2(NULL, 1, 2)", "2"},
-        {"decode(2, 1, 'one', 2, 'two', 'many')", "two"},
-        {"decode(NULL, 1, 'one', NULL, 'none')", "none"},
-        {"decode(3, 1, 'one')", "(null)"},
-        {"greatest(1, 10, 9)", "10"},
-        {"least('b', 'a')", "a"},
-        {"to_char(0.5)", ".5"},
-        {"to_char(1234.5, '9,999.99')", " 1,234.50"},
-        {"to_char('2024-02-29 13:05:00', 'DD/MM/YYYY HH24:MI')", "29/02/2024 13:05"},
-        {"to_char(to_date('01.02.2003', 'DD.MM.YYYY'), 'YYYYMMDD')", "20030201"},
-        {"to_date('2024-02-29')", "2024-02-29 00:00:00"},
-        {"to_number('1,234.5', '9,999.9') + 1", "1235.5"},
-        {"add_months('2024-01-31', 1)", "2024-02-29 00:00:00"},
-        {"last_day('2023-02-01')", "2023-02-28 00:00:00"},
-        {"lengthb('\xC3\xA9')", "2"},
-        {"lpad('7', 3, '0')", "007"},
-        {"rpad('\xC3\xA9t\xC3\xA9', 5, '+-')", "\xC3\xA9t\xC3\xA9+-"},
-        {"lpad('abcdef', 3)", "abc"},
-        {"sysdate() > to_date('2020-01-01')", "1"},
-        {"length(sysdate)", "19"},
-    };
-    for (const auto &[expression, result] : cases)
-        EXPECT_EQ(db.ask(std::string("SELECT ") + expression + " FROM dual"), result) << expression;
-    EXPECT_EQ(db.ask("SELECT count(*) FROM dual"), "1");
-    EXPECT_EQ(db.ask("SELECT * FROM dual"), "X");
 }
 
 TEST_F(sql, changes_stay_in_their_transaction_until_it_ends)

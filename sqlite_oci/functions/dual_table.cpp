@@ -1,4 +1,4 @@
-#include "sql/dual_table.h"
+#include "functions/dual_table.h"
 
 #include "values/date.h"
 
