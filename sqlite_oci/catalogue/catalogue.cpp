@@ -13,6 +13,7 @@ namespace
 {
 
 constexpr std::string_view types_mark = "/* types: ";
+constexpr std::string_view not_null_mark = " NOT NULL";
 
 struct finalizer {
     void operator()(sqlite3_stmt *compiled) const { sqlite3_finalize(compiled); }
@@ -91,11 +92,14 @@ std::string shown_name(std::string_view engine_name, std::string_view sql)
                                                           : upper_case(engine_name);
 }
 
-std::string view_types_remark(const std::vector<declared_type> &types)
+std::string view_types_remark(const std::vector<view_column> &columns)
 {
     std::string result(types_mark);
-    for (const declared_type &type : types)
-        result.append(&type == types.data() ? "" : "|").append(declared_type_text(type));
+    for (const view_column &column : columns) {
+        result.append(&column == columns.data() ? "" : "|").append(declared_type_text(column.type));
+        if (!column.is_nullable)
+            result.append(not_null_mark);
+    }
     return result += " */";
 }
 
@@ -197,7 +201,11 @@ void catalogue::read_view_types(table_info &view, const std::string &sql) const
         types = types.substr(0, types.find(" */"));
         for (column_info &column : view.columns) {
             const auto end = types.find('|');
-            column.type = parse_declared_type(types.substr(0, end));
+            std::string_view one = types.substr(0, end);
+            column.is_nullable = !one.ends_with(not_null_mark);
+            if (!column.is_nullable)
+                one.remove_suffix(not_null_mark.size());
+            column.type = parse_declared_type(one);
             types.remove_prefix(end == types.npos ? types.size() : end + 1);
         }
         return;

@@ -70,7 +70,11 @@ std::string shown_name(std::string_view engine_name, std::string_view sql);
 
 // A remark in the text of a view that tells the types of its columns, since SQLite knows none for
 // expressions.
-std::string view_types_remark(const std::vector<declared_type> &types);
+struct view_column {
+    declared_type type{};
+    bool is_nullable = true;
+};
+std::string view_types_remark(const std::vector<view_column> &columns);
 
 // The query behind a view of the dictionary (USER_TABLES ...); null for other names.
 struct dictionary_view {

@@ -206,7 +206,7 @@ void translator::run_create_view(create_view_statement &tree)
         fail_at(tree.view.offset, 1730, "%zu names for %zu columns", tree.columns.size(),
                 body.columns.size());
     std::string names;
-    std::vector<declared_type> types;
+    std::vector<view_column> types;
     std::set<std::string> seen;
     for (std::size_t i = 0; i < body.columns.size(); ++i) {
         const std::string &column = tree.columns.empty() ? body.columns[i].name : tree.columns[i].text;
@@ -215,7 +215,8 @@ void translator::run_create_view(create_view_statement &tree)
         if (!seen.insert(column).second)
             fail_at(tree.body->offset, 957, "column name %s is given twice", column.c_str());
         names += (names.empty() ? "" : ", ") + quoted_name(column);
-        types.push_back(body.columns[i].type.type == 0 ? any_text : body.columns[i].type);
+        types.push_back(
+            {body.columns[i].type.type == 0 ? any_text : body.columns[i].type, body.columns[i].is_nullable});
     }
     const schema_entry entry = input_.in.find_entry(tree.view.text);
     if (tree.or_replace && entry.type == "view")

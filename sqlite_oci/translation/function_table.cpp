@@ -21,6 +21,7 @@ constexpr function_rule rules[] = {
     {"ATAN2", 2, 2, "n", "n", "oci_atan2"},
     {"BITAND", 2, 2, "n", "n", "oci_bitand"},
     {"CEIL", 1, 1, "n", "n", "oci_ceil"},
+    {"CHAR", 1, 1, "n", "c", "char"}, // SQLite's
     {"CHR", 1, 1, "n", "c", "oci_chr"},
     {"CONCAT", 2, 2, "x", "x", "oci_concat"},
     {"COS", 1, 1, "n", "n", "oci_cos"},
@@ -30,6 +31,7 @@ constexpr function_rule rules[] = {
     {"EXP", 1, 1, "n", "n", "oci_exp"},
     {"FLOOR", 1, 1, "n", "n", "oci_floor"},
     {"GROUP_CONCAT", 1, 2, "c", "c", "group_concat", true}, // SQLite's
+    {"HEX", 1, 1, "a", "c", "hex"},                         // SQLite's
     {"HEXTORAW", 1, 1, "c", "r", "oci_raw"},
     {"INITCAP", 1, 1, "c", "C", "oci_initcap"},
     {"INSTR", 2, 4, "xxnn", "n", "oci_instr"},
