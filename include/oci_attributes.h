@@ -235,6 +235,7 @@
 #define OCI_ATTR_SPOOL_MIN 312
 #define OCI_ATTR_SPOOL_MAX 313
 #define OCI_ATTR_SPOOL_INCR 314
+#define OCI_ATTR_SPOOL_AUTH 460
 
 /* Application context. */
 #define OCI_ATTR_APPCTX_SIZE 273

@@ -156,6 +156,8 @@ constexpr attribute_value_kind kind_of(ub4 hdl_type, ub4 attr_type)
         return attr_type == OCI_ATTR_ENV ? handle_value(OCI_HTYPE_ENV) : of_service(attr_type);
     case OCI_HTYPE_SERVER:
         return attr_type == OCI_ATTR_ENV ? handle_value(OCI_HTYPE_ENV) : of_server(attr_type);
+    case OCI_HTYPE_SPOOL:
+        return attr_type == OCI_ATTR_SPOOL_AUTH ? handle_value(OCI_HTYPE_SESSION) : plain_value;
     case OCI_HTYPE_SESSION:
         return attr_type == OCI_ATTR_ENV ? handle_value(OCI_HTYPE_ENV) : of_session(attr_type);
     case OCI_HTYPE_STMT:

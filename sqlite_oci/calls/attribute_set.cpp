@@ -127,6 +127,9 @@ void set(session_pool &pool, ub4 attribute, const attribute_input &in)
     case OCI_ATTR_SPOOL_TIMEOUT: // idle sessions cost a file handle: they stay
         pool.timeout = in.take<ub4>();
         return;
+    case OCI_ATTR_SPOOL_AUTH: // any user may use a database here
+        in.handle<session>();
+        return;
     case OCI_ATTR_SPOOL_STMTCACHESIZE:
         pool.statement_cache_size = in.take<ub4>();
         return;
