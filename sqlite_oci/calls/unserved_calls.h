@@ -14,8 +14,8 @@
     X(OCIAppCtxClearAll) X(OCIAppCtxSet) X(OCIBindObject) X(OCICacheFlush) X(OCICacheFlushRefresh) \
     X(OCICacheFree) X(OCICacheGetObjects) X(OCICacheRefresh) X(OCICacheRegister) X(OCICacheUnmark) \
     X(OCICacheUnpin) X(OCICollAppend) X(OCICollAssign) X(OCICollAssignElem) X(OCICollGetElem) \
-    X(OCICollGetElemArray) X(OCICollIsLocator) X(OCICollSize) X(OCICollTrim) X(OCIContextClearValue) \
-    X(OCIContextGenerateKey) X(OCIContextGetValue) X(OCIContextSetValue) X(OCIDBShutdown) X(OCIDBStartup) \
+    X(OCICollGetElemArray) X(OCICollIsLocator) X(OCICollSize) X(OCICollTrim) \
+    X(OCIDBShutdown) X(OCIDBStartup) \
     X(OCIDOMFree) X(OCIDefineObject) X(OCIDirPathAbort) X(OCIDirPathColArrayEntryGet) \
     X(OCIDirPathColArrayEntrySet) X(OCIDirPathColArrayReset) X(OCIDirPathColArrayRowGet) \
     X(OCIDirPathColArrayToStream) X(OCIDirPathDataSave) X(OCIDirPathFinish) X(OCIDirPathFlushRow) \
@@ -34,7 +34,7 @@
     X(OCILdaToSvcCtx) X(OCILobArrayRead) X(OCILobArrayWrite) X(OCILobDisableBuffering) \
     X(OCILobEnableBuffering) X(OCILobFileClose) X(OCILobFileCloseAll) X(OCILobFileExists) \
     X(OCILobFileGetName) X(OCILobFileIsOpen) X(OCILobFileOpen) X(OCILobFileSetName) X(OCILobFlushBuffer) \
-    X(OCILobLoadFromFile) X(OCILobLoadFromFile2) X(OCIMemoryAlloc) X(OCIMemoryFree) X(OCIMemoryResize) \
+    X(OCILobLoadFromFile) X(OCILobLoadFromFile2) \
     X(OCIMemorySetCurrentIDs) X(OCIMessageClose) X(OCIMessageOpen) X(OCIObjectAlwaysLatest) \
     X(OCIObjectArrayPin) X(OCIObjectCopy) X(OCIObjectExists) X(OCIObjectFlush) X(OCIObjectFlushRefresh) \
     X(OCIObjectGetAttr) X(OCIObjectGetInd) X(OCIObjectGetNewOID) X(OCIObjectGetObjectRef) \

@@ -52,6 +52,7 @@ struct session final : object {
     std::string user_name, password;
     std::map<ub4, std::string> remarks; // by attribute: what a server shows its administrator
     ub4 purity = OCI_ATTR_PURITY_DEFAULT;
+    program_memory memory;
     std::shared_ptr<connection> open;               // from begin() to end()
     std::atomic<interrupt_point *> breaks{nullptr}; // of the open connection, for signal handlers
 };

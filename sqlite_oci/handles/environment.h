@@ -1,6 +1,7 @@
 // Environments, which own everything that was allocated from them, and error handles.
 #pragma once
 
+#include "handles/program_memory.h"
 #include "handles/registry.h"
 #include "text/charset.h"
 
@@ -27,6 +28,8 @@ error_record make_record(int code, std::string_view text);
 
 struct environment final : object {
     static constexpr ub4 handle_kind = OCI_HTYPE_ENV;
+
+    program_memory memory;
 
     environment(ub4 creation_mode, charset text_set, charset national_set);
     ~environment() override;
