@@ -51,12 +51,13 @@ environment &connected_environment(void *handle, ub1 kind)
     return *context.env;
 }
 
+// Programs look for the product and the release that they know.
 sword server_version(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1 hndltype)
 {
     return served(errhp, [&](call_errors) {
         const auto &env = connected_environment(hndlp, hndltype);
         env.copy_out(std::string("sqlite_oci on SQLite ") + sqlite3_libversion() +
-                         ", for programs of Release " + std::to_string(OCI_MAJOR_VERSION) + '.' +
+                         ", for programs of Oracle Database Release " + std::to_string(OCI_MAJOR_VERSION) + '.' +
                          std::to_string(OCI_MINOR_VERSION) + ".0.0.0",
                      bufp, bufsz);
         return OCI_SUCCESS;
