@@ -276,5 +276,44 @@ TEST_F(handle, attributes_name_the_handles_that_belong_together)
     EXPECT_EQ(db.run("SELECT 1 FROM dual"), 24324);
 }
 
+// Memory and pointers that a program has kept, once with the environment and once with the session.
+TEST(kept_for_programs, memory_and_values)
+{
+    const database_directory directory;
+    connected_client db;
+    for (void *keeper : {static_cast<void *>(db.env), static_cast<void *>(db.session)}) {
+        void *block = nullptr;
+        ASSERT_EQ(OCIMemoryAlloc(keeper, db.errors, &block, OCI_DURATION_SESSION, 16, OCI_MEMORY_CLEARED), 0);
+        auto *bytes = static_cast<unsigned char *>(block);
+        EXPECT_EQ(bytes[15], 0);
+        bytes[15] = 7;
+        ASSERT_EQ(OCIMemoryResize(keeper, db.errors, &block, 1000, OCI_MEMORY_CLEARED), 0);
+        bytes = static_cast<unsigned char *>(block);
+        EXPECT_EQ(bytes[15], 7);
+        EXPECT_EQ(bytes[999], 0);
+        EXPECT_EQ(OCIMemoryFree(keeper, db.errors, block), OCI_SUCCESS);
+        EXPECT_EQ(OCIMemoryFree(keeper, db.errors, block), OCI_ERROR) << "freed twice";
+
+        ub4 key = 0;
+        ub4 other_key = 0;
+        EXPECT_EQ(OCIContextGenerateKey(keeper, db.errors, &key), OCI_SUCCESS);
+        EXPECT_EQ(OCIContextGenerateKey(keeper, db.errors, &other_key), OCI_SUCCESS);
+        EXPECT_NE(key, other_key);
+        auto *key_bytes = reinterpret_cast<ub1 *>(&key);
+        void *value = &db;
+        EXPECT_EQ(OCIContextGetValue(keeper, db.errors, key_bytes, sizeof key, &value), OCI_SUCCESS);
+        EXPECT_EQ(value, nullptr) << "nothing is kept yet";
+        EXPECT_EQ(OCIContextSetValue(keeper, db.errors, OCI_DURATION_SESSION, key_bytes, sizeof key, &key),
+                  0);
+        EXPECT_EQ(OCIContextGetValue(keeper, db.errors, key_bytes, sizeof key, &value), OCI_SUCCESS);
+        EXPECT_EQ(value, &key);
+        EXPECT_EQ(OCIContextClearValue(keeper, db.errors, key_bytes, sizeof key), OCI_SUCCESS);
+        EXPECT_EQ(OCIContextGetValue(keeper, db.errors, key_bytes, sizeof key, &value), OCI_SUCCESS);
+        EXPECT_EQ(value, nullptr);
+    }
+    void *block = nullptr;
+    EXPECT_EQ(OCIMemoryAlloc(db.service, db.errors, &block, OCI_DURATION_SESSION, 16, 0), OCI_INVALID_HANDLE);
+}
+
 } // namespace
 } // namespace sqlite_oci_test
