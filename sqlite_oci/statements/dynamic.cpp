@@ -94,6 +94,13 @@ value bind::gather(std::size_t row)
         check_answer(answer);
         if (indicator && *static_cast<const sb2 *>(indicator) == OCI_IND_NULL)
             return {};
+        // A descriptor is given itself, not the address of a variable that holds it, and without a length.
+        if (is_descriptor(array.host.type)) {
+            pieces_.assign(reinterpret_cast<const char *>(&buffer), sizeof buffer);
+            break;
+        }
+        if (length > static_cast<ub4>(SB4MAXVAL))
+            fail(24343, "the program's callback gave a length of %d", static_cast<int>(length));
         if (buffer)
             pieces_.append(static_cast<const char *>(buffer), length);
     }
@@ -136,6 +143,9 @@ void define::give(const value &fetched, std::size_t row, fetch_outcome &outcome)
         if (in_pieces) {
             size = rest.copy(static_cast<char *>(given.buffer), *given.length);
             rest.remove_prefix(size);
+        } else if (!is_null && is_descriptor(array.host.type)) { // given itself
+            result = writer_(array.host, fetched, &given.buffer);
+            size = result.stored;
         } else if (!is_null) {
             if (*given.length < array.host.size)
                 fail(24343, "the program's callback gave a buffer too small for the variable");

@@ -282,5 +282,64 @@ TEST_F(sqlite_oci_test, blocks_open_cursors_for_bound_statements)
     EXPECT_TRUE(db.fails(query.execute(0), 932));
 }
 
+// What the callbacks of these two tests hand over, without buffer or length of its own.
+struct handed_descriptor {
+    void *descriptor;
+    ub4 length = 0;
+    ub2 code = 0;
+    sb2 indicator = OCI_IND_NOTNULL;
+};
+
+sb4 hand_over(void *context, OCIBind *, ub4, ub4, void **buffer, ub4 *length, ub1 *piece, void **indicator)
+{
+    auto &from = *static_cast<handed_descriptor *>(context);
+    *buffer = from.descriptor;
+    *length = static_cast<ub4>(-1);
+    *piece = OCI_ONE_PIECE;
+    *indicator = &from.indicator;
+    return OCI_CONTINUE;
+}
+
+sb4 receive(void *context, OCIDefine *, ub4, void **buffer, ub4 **length, ub1 *piece, void **indicator,
+            ub2 **code)
+{
+    auto &into = *static_cast<handed_descriptor *>(context);
+    *buffer = into.descriptor;
+    *length = &into.length;
+    *piece = OCI_ONE_PIECE;
+    *indicator = &into.indicator;
+    *code = &into.code;
+    return OCI_CONTINUE;
+}
+
+TEST_F(dynamic, descriptors_are_given_themselves)
+{
+    db.run_all({"CREATE TABLE t (a NUMBER, b CLOB)", "INSERT INTO t VALUES (1, 'content')"});
+    handed_descriptor lob{nullptr};
+    ASSERT_EQ(OCIDescriptorAlloc(db.env, &lob.descriptor, OCI_DTYPE_LOB, 0, nullptr), OCI_SUCCESS);
+    const prepared query(db, "SELECT b FROM t");
+    ASSERT_TRUE(
+        db.succeeds(query.define(1, nullptr, -1, SQLT_CLOB, nullptr, nullptr, nullptr, OCI_DYNAMIC_FETCH)));
+    ASSERT_TRUE(db.succeeds(OCIDefineDynamic(query.last_define, db.errors, &lob, receive)));
+    ASSERT_TRUE(db.succeeds(query.execute(1)));
+    EXPECT_EQ(lob.indicator, OCI_IND_NOTNULL);
+
+    const prepared copy(db, "INSERT INTO t VALUES (2, :b)");
+    ASSERT_TRUE(db.succeeds(copy.bind(":b", nullptr, -1, SQLT_CLOB, nullptr, nullptr, OCI_DATA_AT_EXEC)));
+    ASSERT_TRUE(db.succeeds(OCIBindDynamic(copy.last_bind, db.errors, &lob, hand_over, nullptr, nullptr)));
+    ASSERT_TRUE(db.succeeds(copy.execute(1)));
+    char fetched[20] = "";
+    const prepared copied(db, "SELECT b FROM t WHERE a = 2");
+    copied.out(1, fetched, SQLT_STR);
+    ASSERT_TRUE(db.succeeds(copied.execute(1)));
+    EXPECT_STREQ(fetched, "content");
+
+    // A length that no buffer has, of a value that is no descriptor.
+    const prepared refused(db, "INSERT INTO t (a) VALUES (:a)");
+    ASSERT_EQ(refused.bind(":a", nullptr, 10, SQLT_CHR, nullptr, nullptr, OCI_DATA_AT_EXEC), OCI_SUCCESS);
+    ASSERT_TRUE(db.succeeds(OCIBindDynamic(refused.last_bind, db.errors, &lob, hand_over, nullptr, nullptr)));
+    EXPECT_TRUE(db.fails(refused.execute(1), 24343));
+}
+
 } // namespace
 } // namespace sqlite_oci_test
