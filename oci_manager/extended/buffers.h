@@ -14,10 +14,10 @@
 
 /* What is kept of a bind or define. */
 struct omx_variable {
-    uint64_t key;       /* what it is for: a position, or the hash of a name */
-    omx_handle *handle; /* the bind or define */
+    uint64_t key;            /* what it is for: a position, or the hash of a name */
+    uint64_t quick_position; /* where OCIBindByPos may bind it again as it is, or omx_no_position */
+    omx_handle *handle;      /* the bind or define */
     ub1 family; /* of the descriptors in the buffer; 0: it holds plain values, and what follows is unused */
-    bool is_plain; /* a plain value that OCIBindByPos may bind again as it is */
     bool by_name;
     bool has_skips;
     ub2 dty;
@@ -44,6 +44,8 @@ struct omx_variable {
     OCICallbackOutBind out;
     OCICallbackDefine define;
 };
+
+constexpr uint64_t omx_no_position = ~(uint64_t)0;
 
 /* The family of the descriptors that buffers of an external data type hold; 0: none. */
 constexpr ub1 omx_buffer_family(ub2 dty)

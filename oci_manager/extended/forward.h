@@ -480,10 +480,22 @@ template <class R, class... A> struct prototype<R(A...)> {
     };
 };
 
-/* Hands over to a function that is written by hand. */
+/* Arguments beyond these lie on the stack (x86-64). */
+constexpr size_t register_arguments = 6;
+
+/*
+ * Hands over to a function that is written by hand. Where all arguments are in registers that is a jump.
+ * Elsewhere it is a call: the compiler would prepare a jump by moving the stack arguments to and fro.
+ */
 template <class R, class... A> OMX_INLINE R call_written(R (&written)(A...), A... arguments)
 {
-    return written(arguments...);
+    if constexpr (std::is_same_v<R, sword> && sizeof...(A) > register_arguments) {
+        sword rc = written(arguments...);
+        asm("" : "+r"(rc));
+        return rc;
+    } else {
+        return written(arguments...);
+    }
 }
 
 template <class F> using result_of = typename prototype<F>::result;

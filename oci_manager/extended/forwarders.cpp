@@ -4,6 +4,7 @@
  */
 #include "declarations.h"
 #include "forward.h"
+#include "quick_calls.h"
 #include "trace_calls.h"
 #include "written.h"
 
@@ -117,6 +118,9 @@ OMX_DECLARATIONS(OMX_DECLARATION)
 #define OMX_DEFINE_process(name, parameters) OMX_DEFINE(name, parameters, process)
 #define OMX_DEFINE_written(name, parameters)                                                                 \
     OMX_DEFINE_FUNCTION(name, parameters, (omx::call_written(written::name OMX_ARGUMENTS_##parameters)),     \
+                        (&written::name))
+#define OMX_DEFINE_quick(name, parameters)                                                                   \
+    OMX_DEFINE_FUNCTION(name, parameters, (quick::name(quick::path() OMX_ARGUMENTS_##parameters)),           \
                         (&written::name))
 #define OMX_DEFINE_data_area(name, parameters) OMX_DEFINE(name, parameters, data_area)
 #define OMX_DEFINE_variadic(name, parameters)

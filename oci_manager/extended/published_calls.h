@@ -1,3 +1,4 @@
+// clang-format off
 /*
  * The published calls, once: X(name, parameters, role). All of them are exported.
  *
@@ -6,23 +7,29 @@
  * prototype (see forward.h). It checks the number too.
  *
  * The role says how a call finds its backend:
+ *
  *   routed      the backend of its principal handle: the service context if there is one, else the first
- * handle that is neither environment nor error handle nor descriptor, else the environment, else that of the
- * error handle any         as routed; the principal is the first argument, a handle of any kind behind a
- * `void *` object      as routed; but where that is an environment, the backend on which it was connected
- * last, since types, collections and references come from a connection and tell nothing of it every each
- * backend that executes calls on the principal handle value_read  reads descriptors: a backend in which all
- * their values are known value_made  fills its last descriptor that is not constant: likewise; if there is
- * nothing to read, every backend of the environment, so that the value can be bound on either data_area   the
- * backend on which the logon data area or cursor, its first argument, was opened process     the first
- * backend that is there; the call belongs to no environment written     makes, frees, hands out or hides
- * handles, takes several of them, or chooses a backend: written by hand in the file of its family, in the
- * namespace `written` variadic    as written, exported by its own file
+ *               handle that is neither environment nor error handle nor descriptor, else the environment,
+ *               else that of the error handle
+ *   any         as routed; the principal is the first argument, a handle of any kind behind a `void *`
+ *   object      as routed; but where that is an environment, the backend on which it was connected last,
+ *               since types, collections and references come from a connection and tell nothing of it
+ *   every       each backend that executes calls on the principal handle
+ *   lob_transfer  as routed; a LOB's data with a character set, which for Dravik is filled in where the
+ *               program's environment has UTF-16 texts
+ *   value_read  reads descriptors: a backend in which all their values are known
+ *   value_made  fills its last descriptor that is not constant: likewise; if there is nothing to read, every
+ *               backend of the environment, so that the value can be bound on either
+ *   data_area   the backend on which the logon data area or cursor, its first argument, was opened
+ *   process     the first backend that is there; the call belongs to no environment
+ *   written     makes, frees, hands out or hides handles, takes several of them, or chooses a backend: written
+ *               by hand in the file of its family, in the namespace `written`
+ *   quick       as written; a quick path in front of it stands in quick_calls.h
+ *   variadic    as written, exported by its own file
  */
 #ifndef OMX_PUBLISHED_CALLS_H
 #define OMX_PUBLISHED_CALLS_H
 
-// clang-format off
 #define OMX_PUBLISHED_CALLS(X) \
     X(OCIPStreamFromXMLType, 4, object) \
     X(OCIPStreamRead, 5, object) \
@@ -109,7 +116,7 @@
     X(OCISessionEnd, 4, written) \
     X(OCIStmtPrepare, 6, written) \
     X(OCIStmtPrepare2, 9, written) \
-    X(OCIBindByPos, 13, written) \
+    X(OCIBindByPos, 13, quick) \
     X(OCIBindByName, 14, written) \
     X(OCIBindDynamic, 6, written) \
     X(OCIBindArrayOfStruct, 6, written) \

@@ -90,6 +90,7 @@ omx_handle *variable_of(omx_handle *stmth, ub1 type, ub1 backend, void *own)
     }
     omx_variable_of(h)->handle = h;
     omx_variable_of(h)->key = ~(uint64_t)0; // not made by position or name
+    omx_variable_of(h)->quick_position = omx_no_position;
     return h;
 }
 

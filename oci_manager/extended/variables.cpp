@@ -64,6 +64,7 @@ __attribute__((noinline)) omx_handle *find_or_make_variable(omx_handle *stmth, u
         return nullptr;
     }
     v->key = key;
+    v->quick_position = omx_no_position;
     v->handle = h;
     h->extra = v;
     omx_add_child(stmth, h);
@@ -243,41 +244,6 @@ sword bind_at(F const (&entry)[omx_backend_count], const char *name, OCIStmt *st
     return rc;
 }
 
-/* All types with descriptors lie behind these. */
-constexpr ub2 plain_types_end = SQLT_RDD;
-
-/*
- * The bind handle of a place that was bound before and is bound again: a plain value, on the one backend of
- * its statement. Programs do so for every row. Null for anything else.
- */
-OMX_INLINE omx_handle *find_bound_again(const omx_handle *stmth, OCIBind *const *bindpp, ub4 position,
-                                        ub2 dty)
-{
-    if (!stmth || !bindpp || dty >= plain_types_end || stmth->targets == omx_both)
-        return nullptr;
-    omx_handle *h = omx_find(*bindpp, OCI_HTYPE_BIND);
-    if (!h || h->owner != stmth || h->targets != stmth->targets)
-        return nullptr;
-    const omx_variable *v = omx_variable_of(h);
-    return v->key == position && v->is_plain ? h : nullptr;
-}
-
-/* The rest of OCIBindByPos, with its arguments where they are. */
-__attribute__((noinline)) sword bind_by_position(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp,
-                                                 ub4 position, void *valuep, sb4 value_sz, ub2 dty,
-                                                 void *indp, ub2 *alenp, ub2 *rcodep, ub4 maxarr_len,
-                                                 ub4 *curelep, ub4 mode)
-{
-    const sword rc = bind_at(omx_calls.OCIBindByPos, "OCIBindByPos", stmtp, bindp, errhp, position,
-                             {valuep, value_sz, dty, indp, alenp, rcodep, maxarr_len, curelep, mode});
-    if (omx_succeeded(rc)) {
-        // Texts of Dravik's side in an environment of UTF-16 texts need a word more.
-        omx_variable *v = omx_variable_of((omx_handle *)(void *)*bindp);
-        v->is_plain = !v->family && !omx_environment_of(v->handle)->is_utf16;
-    }
-    return rc;
-}
-
 template <class F>
 sword bind_named(F const (&entry)[omx_backend_count], const char *call, OCIStmt *stmtp, OCIBind **bindpp,
                  OCIError *errhp, const OraText *placeholder, sb4 placeh_len, const bind_arguments &a)
@@ -383,18 +349,16 @@ namespace written
 sword OCIBindByPos(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, ub4 position, void *valuep, sb4 value_sz,
                    ub2 dty, void *indp, ub2 *alenp, ub2 *rcodep, ub4 maxarr_len, ub4 *curelep, ub4 mode)
 {
-    const omx_handle *stmth = omx_find(stmtp, OCI_HTYPE_STMT);
-    omx_handle *h = find_bound_again(stmth, bindp, position, dty);
-    omx_handle *errh = nullptr;
-    if (__builtin_expect(!h || !omx_optional_error(errhp, &errh), 0))
-        return bind_by_position(stmtp, bindp, errhp, position, valuep, value_sz, dty, indp, alenp, rcodep,
-                                maxarr_len, curelep, mode);
-    const unsigned int backend = stmth->run;
-    return omx_done(errh, backend,
-                    omx_calls.OCIBindByPos[backend](
-                        (OCIStmt *)stmth->backend[backend], (OCIBind **)(void *)&h->backend[backend],
-                        omx_own<OCIError>(errh, backend), position, valuep, value_sz, dty, indp, alenp,
-                        rcodep, maxarr_len, curelep, mode));
+    const sword rc = bind_at(omx_calls.OCIBindByPos, "OCIBindByPos", stmtp, bindp, errhp, position,
+                             {valuep, value_sz, dty, indp, alenp, rcodep, maxarr_len, curelep, mode});
+    if (omx_succeeded(rc)) {
+        const omx_handle *h = (const omx_handle *)(const void *)*bindp;
+        omx_variable *v = omx_variable_of(h);
+        // Texts of Dravik's side in an environment of UTF-16 texts need a word more.
+        const bool is_plain = !v->family && h->targets != omx_both && !omx_environment_of(h)->is_utf16;
+        v->quick_position = is_plain ? position : omx_no_position;
+    }
+    return rc;
 }
 
 sword OCIStmtBindByPos(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, ub4 position, void *valuep,
@@ -404,7 +368,7 @@ sword OCIStmtBindByPos(OCIStmt *stmtp, OCIBind **bindp, OCIError *errhp, ub4 pos
     const sword rc = bind_at(omx_calls.OCIStmtBindByPos, "OCIStmtBindByPos", stmtp, bindp, errhp, position,
                              {valuep, value_sz, dty, indp, alenp, rcodep, maxarr_len, curelep, mode});
     if (omx_succeeded(rc))
-        omx_variable_of((omx_handle *)(void *)*bindp)->is_plain = false;
+        omx_variable_of((omx_handle *)(void *)*bindp)->quick_position = omx_no_position;
     return rc;
 }
 

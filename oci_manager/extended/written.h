@@ -25,6 +25,7 @@ namespace written
 #define OMX_DECLARE_variadic(name)
 #define OMX_DECLARE_data_area(name)
 #define OMX_DECLARE_written(name) decltype(::name) name;
+#define OMX_DECLARE_quick(name) decltype(::name) name;
 #define OMX_DECLARE(name, parameters, role) OMX_DECLARE_##role(name)
 OMX_PUBLISHED_CALLS(OMX_DECLARE)
 #undef OMX_DECLARE
