@@ -25,6 +25,7 @@ enum class role {
     data_area,
     process,
     written,
+    quick,
     variadic
 };
 
