@@ -8,14 +8,6 @@
 
 #include "trace.h"
 
-/*
- * Which attribute values OCIAttrSet takes. This edition takes handles and descriptors only, since it must
- * know both twins of whatever it sets: a plain value stops the process.
- */
-#ifndef OM_ADMIT_PLAIN_ATTRIBUTES
-#    define OM_ADMIT_PLAIN_ATTRIBUTES 0
-#endif
-
 extern "C" {
 
 /**

@@ -8,54 +8,6 @@
 namespace
 {
 
-constexpr ub4 longest_credential = 1023; // bytes
-
-/* A session attribute that Dravik takes as 8-bit text: its name in traces and their lines. */
-struct credential {
-    const char *name;
-    int text_line;
-    int failure_line;
-    int too_big_line;
-};
-
-constexpr credential user_name = {"name", 2046, 2055, 2057};
-constexpr credential user_password = {"password", 2065, 2074, 2076};
-
-/*
- * Gives a user name or password to Dravik. The copy is never freed: the backend may go on reading it for as
- * long as the session lives.
- */
-sword set_credential(const credential &what, const om_handle_t *wusrhp, const void *attr, ub4 size,
-                     ub4 attr_type, om_handle_t *werrhp)
-{
-    if (size > longest_credential)
-        STOP_BECAUSE_IN("OCIAttrSet", what.too_big_line, what.too_big_line + 1, "Size is too big");
-    char *text = (char *)calloc(1, (size_t)size + 1);
-    if (!text)
-        return end_without_text("OCIAttrSet", werrhp, OM_TARGET_DRAVIK);
-    utf16_2_utf8((const unsigned char *)attr, (int)size, text);
-    TRACE_AT(OM_LOG_DEBUG, what.text_line, "User %s is %s", what.name, text);
-    const sword rc = dk_func_table.funcs.func_OCIAttrSet(
-        wusrhp->dk_hndlp, OCI_HTYPE_SESSION, text, (ub4)strlen(text), attr_type, twin<OCIError>(werrhp));
-    if (rc != OCI_SUCCESS)
-        TRACE_RESULT_AT(OM_LOG_ERROR, what.failure_line, "The user %s setting is fail", what.name);
-    return rc;
-}
-
-/* Sets an attribute in Dravik's library. Of the plain attributes of a session it takes credentials only. */
-sword set_in_dravik(const om_handle_t *whdl, ub4 hdl_type, void *value, ub4 size, ub4 attr_type,
-                    om_handle_t *werrhp)
-{
-    if (hdl_type != OCI_HTYPE_SESSION)
-        return dk_func_table.funcs.func_OCIAttrSet(whdl->dk_hndlp, hdl_type, value, size, attr_type,
-                                                   twin<OCIError>(werrhp));
-    if (attr_type == OCI_ATTR_USERNAME)
-        return set_credential(user_name, whdl, value, size, attr_type, werrhp);
-    if (attr_type == OCI_ATTR_PASSWORD)
-        return set_credential(user_password, whdl, value, size, attr_type, werrhp);
-    return OM_NOT_CALLED;
-}
-
 /*
  * Records that a server, session or transaction belongs to a service context. The server brings the backend
  * that accepted it; session and transaction take over the service context's.
@@ -65,20 +17,14 @@ void link_family(om_handle_t *wsvchp, om_handle_t *wattr, ub4 attr_type)
     child_hdl_grp_t &family = wsvchp->childhp.child_grp;
     switch (attr_type) {
     case OCI_ATTR_SERVER:
-        if (!wattr)
-            STOP_BECAUSE_IN("OCIAttrSet", 2109, 2110, "Server handle expected is not available");
         family.first = wattr;
         wsvchp->last_exec = wattr->last_exec;
         break;
     case OCI_ATTR_SESSION:
-        if (!wattr)
-            STOP_BECAUSE_IN("OCIAttrSet", 2126, 2127, "User/Session handle expected is not available");
         family.second = wattr;
         wattr->last_exec = wsvchp->last_exec;
         break;
     case OCI_ATTR_TRANS:
-        if (!wattr)
-            STOP_BECAUSE_IN("OCIAttrSet", 2141, 2142, "Transaction handle expected is not available");
         family.third = wattr;
         wattr->last_exec = wsvchp->last_exec;
         break;
@@ -137,16 +83,16 @@ OM_EXPORT sword OCIAttrSet(void *hdl, ub4 hdl_type, void *attr, ub4 size, ub4 at
     TRACE(OM_LOG_DEBUG, "CONTINUE FUNC - OCIAttrSet()\n\tATTRIBUTE TYPE: htype=%d, dtype=%d", value.htype,
           value.dtype);
 
-    const bool plain = is_plain(value);
+    // The twin of whatever is set must be known: a plain value has none.
     om_handle_t *wattr = nullptr;
     if (value.htype > 0)
         wattr = find_handle(attr, (ub4)value.htype);
     else if (value.dtype > 0)
         wattr = find_descriptor(attr, (ub4)value.dtype);
-    REQUIRE_AT(2020, wattr || (plain && OM_ADMIT_PLAIN_ATTRIBUTES), "wattr != ((void *)0)");
+    REQUIRE_AT(2020, wattr, "wattr != ((void *)0)");
 
     sword rc = OM_NOT_CALLED;
-    if (check_run_for(whdl, OM_TARGET_ORACLE) && (plain || wattr->ora_hndlp)) {
+    if (check_run_for(whdl, OM_TARGET_ORACLE) && wattr->ora_hndlp) {
         rc = ora_func_table.funcs.func_OCIAttrSet(hdl, hdl_type, attr, size, attr_type, errhp);
         record_error(werrhp, OM_TARGET_ORACLE);
         trace_refresh();
@@ -157,8 +103,9 @@ OM_EXPORT sword OCIAttrSet(void *hdl, ub4 hdl_type, void *attr, ub4 size, ub4 at
     }
 
     sword rc_dk = OM_NOT_CALLED;
-    if (check_run_for(whdl, OM_TARGET_DRAVIK) && (plain || wattr->dk_hndlp)) {
-        rc_dk = set_in_dravik(whdl, hdl_type, plain ? attr : wattr->dk_hndlp, size, attr_type, werrhp);
+    if (check_run_for(whdl, OM_TARGET_DRAVIK) && wattr->dk_hndlp) {
+        rc_dk = dk_func_table.funcs.func_OCIAttrSet(whdl->dk_hndlp, hdl_type, wattr->dk_hndlp, size,
+                                                    attr_type, twin<OCIError>(werrhp));
         record_error(werrhp, OM_TARGET_DRAVIK);
         trace_refresh();
         if (rc_dk != OCI_SUCCESS) {
@@ -169,8 +116,6 @@ OM_EXPORT sword OCIAttrSet(void *hdl, ub4 hdl_type, void *attr, ub4 size, ub4 at
 
     if (hdl_type == OCI_HTYPE_SVCCTX)
         link_family(whdl, wattr, attr_type);
-    if (hdl_type == OCI_HTYPE_DIRPATH_CTX)
-        STOP_BECAUSE_AT(2152, 2153, "Called for direct path context handle");
     TRACE_AT(OM_LOG_INFO, 2162, "END FUNC - OCIAttrSet()\n\treturn rc=%d, dk_rc=%d", rc, rc_dk);
     return result_of(rc, rc_dk);
 }
