@@ -36,9 +36,8 @@ sword read_by_callback(lob_call &call, read_request &request, lob_amounts &total
         total.bytes += taken.bytes;
         total.characters += taken.characters;
         is_last = reading.is_done(content);
-        const int piece = is_first  ? is_last ? OCI_ONE_PIECE : OCI_FIRST_PIECE
-                          : is_last ? OCI_LAST_PIECE
-                                    : OCI_NEXT_PIECE;
+        // The only piece is the last one, which callbacks wait for.
+        const int piece = is_last ? OCI_LAST_PIECE : is_first ? OCI_FIRST_PIECE : OCI_NEXT_PIECE;
         const sb4 answer = call.outside(
             [&] { return request.callback(request.into, taken.bytes, static_cast<ub1>(piece)); });
         if (answer != OCI_CONTINUE)

@@ -121,12 +121,14 @@ void statement::store_outputs(sqlite3_stmt *from, const sql::translated_step &st
         value given;
         reader.next_value(given);
         bind *const to = bound_[one.placeholder];
-        if (to->is_dynamic)
-            fail(3001, "a bind variable with OCI_DATA_AT_EXEC gets no value from a statement");
-        define target(*this);
-        target.describe(to->array);
         fetch_outcome outcome;
-        target.store(given, row, outcome);
+        if (to->is_dynamic) {
+            to->give(given, row, outcome);
+        } else {
+            define target(*this);
+            target.describe(to->array);
+            target.store(given, row, outcome);
+        }
         if (outcome.error.code)
             throw failure{outcome.error};
     }

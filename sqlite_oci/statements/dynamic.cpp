@@ -170,6 +170,30 @@ void define::give(const value &fetched, std::size_t row, fetch_outcome &outcome)
             make_record(ora_null_fetched, "null was fetched and there is no indicator" + column_text());
 }
 
+// As a define gives a fetched value, to the only row that a statement has for its variables.
+void bind::give(const value &given_value, std::size_t row, fetch_outcome &outcome)
+{
+    if (!out_callback_)
+        fail(3001,
+             "a bind variable with OCI_DATA_AT_EXEC and no out-callback gets no value from a statement");
+    struct out_call {
+        const bind &to;
+        ub4 row;
+    } call{*this, static_cast<ub4>(row)};
+    define target(owner);
+    target.describe(array);
+    target.is_dynamic = true;
+    target.set_callback(&call,
+                        [](void *context, OCIDefine *, ub4 index, void **buffer, ub4 **length, ub1 *piece,
+                           void **indicator, ub2 **code) -> sb4 {
+                            const auto &asked = *static_cast<const out_call *>(context);
+                            return asked.to.out_callback_(asked.to.out_context_,
+                                                          static_cast<OCIBind *>(asked.to.handle), asked.row,
+                                                          index, buffer, length, piece, indicator, code);
+                        });
+    target.store(given_value, 0, outcome);
+}
+
 std::string define::bytes_of(const value &fetched, fetch_outcome &outcome) const
 {
     if (fetched.kind == value_kind::null)
@@ -195,15 +219,15 @@ using namespace sqlite_oci;
 
 extern "C" {
 
-// Values of RETURNING come to no bind, so an out-callback is never called.
 SQLITE_OCI_EXPORT sword OCIBindDynamic(OCIBind *bindp, OCIError *errhp, void *ictxp, OCICallbackInBind icbfp,
-                                       void *, OCICallbackOutBind)
+                                       void *octxp, OCICallbackOutBind ocbfp)
 {
     return served(errhp, [&](call_errors) {
         auto &target = required<bind>(bindp);
         if (!target.is_dynamic)
             fail(24315, "callbacks are for binds with the mode OCI_DATA_AT_EXEC");
         target.set_callback(ictxp, icbfp);
+        target.set_out_callback(octxp, ocbfp);
         return OCI_SUCCESS;
     });
 }

@@ -115,10 +115,21 @@ void statement::check_binds() const
             fail(1008, "not all variables are bound: :%s is not", text.placeholders[i].name.c_str());
 }
 
+// Whether a step takes the variable's value: those of RETURNING and the like only get one.
+bool statement::is_read(sqlite3_stmt *by, const bind &used) const
+{
+    for (const std::size_t placeholder : used.placeholders) {
+        const int position = static_cast<int>(placeholder) + 1;
+        if (position <= sqlite3_bind_parameter_count(by) && sqlite3_bind_parameter_name(by, position))
+            return true;
+    }
+    return false;
+}
+
 void statement::bind_row(sqlite3_stmt *target, std::size_t row)
 {
     for (const auto &used : binds_) {
-        if (used->placeholders.empty())
+        if (used->placeholders.empty() || (used->may_be_empty() && !is_read(target, *used)))
             continue;
         const value bound = used->value_of(row);
         for (const std::size_t placeholder : used->placeholders)

@@ -84,6 +84,12 @@ private:
     virtual void find_conversion() = 0;
 };
 
+// What the rows of one fetch met with, beside success.
+struct fetch_outcome {
+    error_record warning{0, {}};
+    error_record error{0, {}}; // ends the fetch
+};
+
 struct bind final : variable {
     static constexpr ub4 handle_kind = OCI_HTYPE_BIND;
     using variable::variable;
@@ -96,6 +102,18 @@ struct bind final : variable {
         in_context_ = context;
         in_callback_ = callback;
     }
+
+    void set_out_callback(void *context, OCICallbackOutBind callback)
+    {
+        out_context_ = context;
+        out_callback_ = callback;
+    }
+
+    // Gives a value of a statement to the program's callback.
+    void give(const value &given, std::size_t row, fetch_outcome &outcome);
+
+    // Whether there may be no value to read, unless the statement asks for it.
+    bool may_be_empty() const { return is_dynamic || is_descriptor(array.host.type); }
 
     std::vector<std::size_t> placeholders; // those that have this bind
 
@@ -113,14 +131,10 @@ private:
     std::string scratch_;
     void *in_context_ = nullptr;
     OCICallbackInBind in_callback_ = nullptr;
+    void *out_context_ = nullptr;
+    OCICallbackOutBind out_callback_ = nullptr;
     std::string pieces_;
     std::map<std::size_t, std::string> values_in_pieces_; // by row; those without are null
-};
-
-// What the rows of one fetch met with, beside success.
-struct fetch_outcome {
-    error_record warning{0, {}};
-    error_record error{0, {}}; // ends the fetch
 };
 
 struct define final : variable {
@@ -238,6 +252,7 @@ private:
     void check_text();
     void check_binds() const;
     std::vector<sql::bind_type> bind_types() const;
+    bool is_read(sqlite3_stmt *by, const bind &used) const;
     void bind_row(sqlite3_stmt *target, std::size_t row);
     bool run_without_rows(connection &on);
     void run_steps(connection &on, std::size_t row);

@@ -312,6 +312,49 @@ sb4 receive(void *context, OCIDefine *, ub4, void **buffer, ub4 **length, ub1 *p
     return OCI_CONTINUE;
 }
 
+struct returned_number {
+    sb4 number = 0;
+    ub4 length = sizeof(sb4);
+    ub2 code = 0;
+    sb2 indicator = 99;
+    ub4 row = 99;
+};
+
+sb4 take_returned(void *context, OCIBind *, ub4 row, ub4 index, void **buffer, ub4 **length, ub1 *piece,
+                  void **indicator, ub2 **code)
+{
+    auto &into = *static_cast<returned_number *>(context);
+    EXPECT_EQ(index, 0u);
+    into.row = row;
+    *buffer = &into.number;
+    *length = &into.length;
+    *piece = OCI_ONE_PIECE;
+    *indicator = &into.indicator;
+    *code = &into.code;
+    return OCI_CONTINUE;
+}
+
+sb4 never_asked(void *, OCIBind *, ub4, ub4, void **, ub4 *, ub1 *, void **)
+{
+    ADD_FAILURE() << "a variable that only gets a value was asked for one";
+    return OCI_ERROR;
+}
+
+TEST_F(dynamic, returned_values_come_to_callbacks)
+{
+    db.run_all({"CREATE TABLE t (a NUMBER)"});
+    const prepared insert(db, "INSERT INTO t VALUES (6 * 7) RETURNING a INTO :x");
+    returned_number into;
+    ASSERT_EQ(insert.bind(":x", nullptr, sizeof into.number, SQLT_INT, nullptr, nullptr, OCI_DATA_AT_EXEC),
+              0);
+    ASSERT_TRUE(
+        db.succeeds(OCIBindDynamic(insert.last_bind, db.errors, nullptr, never_asked, &into, take_returned)));
+    ASSERT_TRUE(db.succeeds(insert.execute(1)));
+    EXPECT_EQ(into.number, 42);
+    EXPECT_EQ(into.indicator, OCI_IND_NOTNULL);
+    EXPECT_EQ(into.row, 0u);
+}
+
 TEST_F(dynamic, descriptors_are_given_themselves)
 {
     db.run_all({"CREATE TABLE t (a NUMBER, b CLOB)", "INSERT INTO t VALUES (1, 'content')"});
