@@ -1,6 +1,7 @@
 #include "connections/connection.h"
 
 #include "connections/authorizer.h"
+#include "connections/broken_keys.h"
 #include "functions/sequences.h"
 #include "functions/sql_functions.h"
 #include "handles/call.h"
@@ -23,9 +24,13 @@ constexpr std::chrono::milliseconds lock_retry{5};
 // forgets an interrupt that comes just before a statement starts.
 constexpr int steps_between_looks = 20000;
 
+constexpr int ora_parent_not_found = 2291;
+constexpr int ora_child_found = 2292;
+
 bool is_constraint(int code)
 {
-    return code == 1 || code == 1400 || code == 1407 || (code >= 2290 && code <= 2292);
+    return code == 1 || code == 1400 || code == 1407 || code == 2290 || code == ora_parent_not_found ||
+           code == ora_child_found;
 }
 
 } // namespace
@@ -180,11 +185,23 @@ void connection::commit()
         if (!is_constraint(failed.record.code))
             throw;
         // As a server does: a transaction that breaks a constraint at its end leaves nothing.
-        rollback();
-        fail(2091, "the transaction was rolled back: %s", failed.record.text.c_str());
+        fail(2091, "the transaction was rolled back: %s", roll_back_after(failed.record).text.c_str());
     }
     if (lobs)
         lobs->end(false);
+}
+
+// Returns the record with the number of the key that was broken, where it was one.
+error_record connection::roll_back_after(const error_record &refusal)
+{
+    if (refusal.code != ora_parent_not_found && refusal.code != ora_child_found) {
+        rollback();
+        return refusal;
+    }
+    const broken_keys broken(db_);
+    rollback();
+    const bool is_parent_gone = broken.parent_was_removed(db_);
+    return record(SQLITE_CONSTRAINT_FOREIGNKEY, is_parent_gone ? sql_action::remove : sql_action::insert);
 }
 
 void connection::rollback()

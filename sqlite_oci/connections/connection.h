@@ -121,6 +121,7 @@ private:
     void close();
     void upgrade_to_write();
     void end_transaction(const char *sql);
+    error_record roll_back_after(const error_record &refusal);
 
     sqlite3 *db_ = nullptr;
     call_mutex mutex_;

@@ -12,7 +12,7 @@ namespace
 
 struct live_environments {
     std::mutex mutex;
-    std::unordered_map<environment *, std::unique_ptr<environment>> all;
+    std::unordered_map<environment *, owned<environment>> all;
 };
 
 // Never destroyed: other threads may still be in calls while the process ends.
@@ -45,7 +45,7 @@ environment::~environment()
 
 bool environment::release(object *child)
 {
-    std::unique_ptr<object> last;
+    owned<object> last;
     const std::scoped_lock lock(children_mutex_);
     const auto found = children_.find(child);
     if (found == children_.end())
@@ -107,12 +107,12 @@ void keep_environment(std::unique_ptr<environment> env)
     live_environments &live = environments();
     const std::scoped_lock lock(live.mutex);
     environment *key = env.get();
-    live.all.emplace(key, std::move(env));
+    live.all.emplace(key, owned<environment>(env.release()));
 }
 
 bool free_environment(environment *env)
 {
-    std::unique_ptr<environment> last;
+    owned<environment> last;
     live_environments &live = environments();
     const std::scoped_lock lock(live.mutex);
     const auto found = live.all.find(env);

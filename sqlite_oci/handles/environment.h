@@ -40,7 +40,7 @@ struct environment final : object {
         make_handle(*child, child_kind);
         T *plain = child.get();
         const std::scoped_lock lock(children_mutex_);
-        children_.emplace(plain, std::move(child));
+        children_.emplace(plain, owned<object>(child.release()));
         return plain;
     }
 
@@ -73,7 +73,7 @@ struct environment final : object {
 
 private:
     std::mutex children_mutex_;
-    std::unordered_map<object *, std::unique_ptr<object>> children_;
+    std::unordered_map<object *, owned<object>> children_;
 };
 
 struct error_handle final : object {

@@ -112,10 +112,15 @@ constinit slot_range slots;
 
 object::~object()
 {
-    if (slot *own = slots.find(handle)) {
-        own->target.store(nullptr, std::memory_order_release);
+    end_handle(*this); // of one that is not owned
+    if (slot *own = slots.find(handle))
         slots.give_back(own);
-    }
+}
+
+void end_handle(const object &target) noexcept
+{
+    if (slot *own = slots.find(target.handle))
+        own->target.store(nullptr, std::memory_order_release);
 }
 
 void *make_handle(object &target, ub4 kind)

@@ -25,7 +25,7 @@ struct object {
     explicit object(environment *owner) : env(owner) {}
     object(const object &) = delete;
     object &operator=(const object &) = delete;
-    virtual ~object(); // ends the life of the handle
+    virtual ~object();
 
     environment *env;
     void *handle = nullptr;
@@ -36,6 +36,20 @@ struct object {
 
 // Gives `target` a handle of `kind`. Throws std::bad_alloc when the address range is used up.
 void *make_handle(object &target, ub4 kind);
+
+// From here on the handle is found no more. Must come before the destructor of the object, which other
+// threads would else find while it is half gone.
+void end_handle(const object &target) noexcept;
+
+// Ends objects that have handles.
+struct handle_ender {
+    void operator()(object *target) const noexcept
+    {
+        end_handle(*target);
+        delete target;
+    }
+};
+template <class T> using owned = std::unique_ptr<T, handle_ender>;
 
 // The object behind a live handle of `kind`, or null.
 object *find_object(const void *handle, ub4 kind);

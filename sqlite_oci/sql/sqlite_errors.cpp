@@ -214,6 +214,15 @@ error_record by_result(int code, std::string_view message)
 
 } // namespace
 
+sql_action action_of(std::string_view statement)
+{
+    statement = without_leading_blanks(statement);
+    return starts_with_word(statement, "INSERT")   ? sql_action::insert
+           : starts_with_word(statement, "UPDATE") ? sql_action::update
+           : starts_with_word(statement, "DELETE") ? sql_action::remove
+                                                   : sql_action::other;
+}
+
 std::optional<error_record> record_from_text(std::string_view text)
 {
     if (!text.starts_with("ORA-") || text.size() < 11 || text.substr(9, 2) != ": ")

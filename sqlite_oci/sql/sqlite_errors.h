@@ -13,6 +13,9 @@ namespace sqlite_oci
 // What was being done, where the same SQLite error stands for different ORA- numbers.
 enum class sql_action : std::uint8_t { other, insert, update, remove };
 
+// By the statement's first word.
+sql_action action_of(std::string_view statement);
+
 // The record for the error that the connection reports now. `code` is the (extended) result code of the
 // failed call, `statement` the text in execution, whose offending token decides between the codes of syntax
 // errors.

@@ -70,29 +70,40 @@ bool is_text_variable(ub2 type)
     }
 }
 
+// Whether values of the type are kept in another form than they are shown in. A DATE in the usual format is
+// not.
+bool has_own_text(const declared_type &type, const session_settings &settings)
+{
+    switch (type.type) {
+    case SQLT_TIMESTAMP:
+    case SQLT_TIMESTAMP_TZ:
+    case SQLT_TIMESTAMP_LTZ:
+    case SQLT_INTERVAL_YM:
+    case SQLT_INTERVAL_DS:
+        return true;
+    case SQLT_DAT:
+        return settings.date_format != usual_date_format;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
-// A DATE in the form in which it is kept needs nothing done.
 void statement::find_own_texts(const connection &on)
 {
     formats_ = on.settings;
     has_own_text_.clear();
-    for (const sql::result_column &column : compiled_.translated().columns) {
-        const bool is_date = column.type.type == SQLT_DAT;
-        const bool is_other = column.type.type == SQLT_TIMESTAMP || column.type.type == SQLT_TIMESTAMP_TZ ||
-                              column.type.type == SQLT_TIMESTAMP_LTZ ||
-                              column.type.type == SQLT_INTERVAL_YM || column.type.type == SQLT_INTERVAL_DS;
-        has_own_text_.push_back(is_other || (is_date && on.settings.date_format != usual_date_format));
-    }
+    for (const sql::result_column &column : compiled_.translated().columns)
+        has_own_text_.push_back(has_own_text(column.type, on.settings));
 }
 
 // Dates and intervals as texts, in the session's formats.
-const value &statement::shown(const value &fetched, std::size_t column, const define &into)
+const value &statement::shown_in(const value &fetched, const declared_type &type, const variable &into)
 {
-    if (!has_own_text_[column] || fetched.kind != value_kind::text || !is_text_variable(into.array.host.type))
+    if (fetched.kind != value_kind::text || !is_text_variable(into.array.host.type))
         return fetched;
-    const bool is_date = compiled_.translated().columns[column].type.type == SQLT_DAT;
-    if (!show_stored_text(fetched.bytes, is_date, formats_, &shown_text_))
+    if (!show_stored_text(fetched.bytes, type.type == SQLT_DAT, formats_, &shown_text_))
         return fetched;
     shown_ = {.kind = value_kind::text, .bytes = shown_text_};
     return shown_;
@@ -122,12 +133,14 @@ void statement::store_outputs(sqlite3_stmt *from, const sql::translated_step &st
         reader.next_value(given);
         bind *const to = bound_[one.placeholder];
         fetch_outcome outcome;
+        const declared_type &type = one.column.type;
+        const value shown_value = has_own_text(type, formats_) ? shown_in(given, type, *to) : given;
         if (to->is_dynamic) {
-            to->give(given, row, outcome);
+            to->give(shown_value, row, outcome);
         } else {
             define target(*this);
             target.describe(to->array);
-            target.store(given, row, outcome);
+            target.store(shown_value, row, outcome);
         }
         if (outcome.error.code)
             throw failure{outcome.error};

@@ -63,7 +63,7 @@ class parameter_owner
 public:
     template <class... Arguments> parameter &give(Arguments &&...arguments)
     {
-        auto made = std::make_unique<parameter>(*this, std::forward<Arguments>(arguments)...);
+        owned<parameter> made(new parameter(*this, std::forward<Arguments>(arguments)...));
         make_handle(*made, OCI_DTYPE_PARAM);
         parameter &result = *made;
         given_.emplace(&result, std::move(made));
@@ -84,7 +84,7 @@ protected:
     }
 
 private:
-    std::unordered_map<const parameter *, std::unique_ptr<parameter>> given_;
+    std::unordered_map<const parameter *, owned<parameter>> given_;
 };
 
 struct describe_handle final : object, parameter_owner {

@@ -142,14 +142,16 @@ int statement::step(connection &on, sqlite3_stmt *running)
 {
     const int code = sqlite3_step(running);
     if (code != SQLITE_ROW && code != SQLITE_DONE)
-        fail_in_engine(on, code);
+        fail_in_engine(on, code, running);
     return code;
 }
 
-void statement::fail_in_engine(connection &on, int code)
+void statement::fail_in_engine(connection &on, int code, sqlite3_stmt *running)
 {
     error_offset = 0;
-    failure failed{on.record(code, text.action, text.original)};
+    // Blocks and MERGE have steps of several kinds.
+    const sql_action of_step = action_of(sqlite3_sql(running));
+    failure failed{on.record(code, of_step == sql_action::other ? text.action : of_step, text.original)};
     // SQLite gives the whole transaction up when a change is interrupted or the disk fails.
     if (text.kind == statement_kind::change && !on.in_transaction()) {
         on.rollback();

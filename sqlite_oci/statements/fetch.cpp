@@ -140,7 +140,7 @@ bool statement::store_row(row_store::reader &reader, fetch_outcome &outcome)
         if (!into)
             continue;
         if (into->is_in_pieces()) {
-            if (!give_pieces(*into, fetched, outcome))
+            if (!give_pieces(*into, shown(fetched, fetching_.column, *into), outcome))
                 return false;
             continue;
         }

@@ -15,7 +15,7 @@ constexpr std::size_t chunk_size = std::size_t{64} << 10;
 // Blocks double up to the size of a huge page of memory, which the kernel hands out far faster than as many
 // small ones.
 constexpr std::size_t first_block = std::size_t{2} << 10;
-constexpr int longest_number = 21; // bytes
+constexpr std::size_t longest_number = 21; // bytes
 
 constexpr std::size_t huge_page = std::size_t{2} << 20;
 
@@ -39,14 +39,17 @@ void row_store::append(sqlite3_stmt *statement, int columns, const std::vector<b
     ++rows_;
 }
 
+// The connection's lock is held, so that the value can be read as it stands in the row; asking the statement
+// for its type, its bytes and their number would look it up each time.
 void row_store::append_column(sqlite3_stmt *statement, int column, const std::vector<bool> &are_numbers)
 {
-    const int type = sqlite3_column_type(statement, column);
+    sqlite3_value *const found = sqlite3_column_value(statement, column);
+    const int type = sqlite3_value_type(found);
     switch (type) {
     case SQLITE_INTEGER:
-        return append_integer(sqlite3_column_int64(statement, column));
+        return append_integer(sqlite3_value_int64(found));
     case SQLITE_FLOAT:
-        return put(real_form, sqlite3_column_double(statement, column));
+        return put(real_form, sqlite3_value_double(found));
     case SQLITE_NULL:
         reserve(1);
         *end_++ = null_form;
@@ -56,19 +59,19 @@ void row_store::append_column(sqlite3_stmt *statement, int column, const std::ve
     }
     // The text before its length: it may have to be converted.
     const bool is_text = type == SQLITE_TEXT;
-    const void *bytes = is_text ? static_cast<const void *>(sqlite3_column_text(statement, column))
-                                : sqlite3_column_blob(statement, column);
-    const int size = sqlite3_column_bytes(statement, column);
-    if (!bytes && size)
+    const void *bytes =
+        is_text ? static_cast<const void *>(sqlite3_value_text(found)) : sqlite3_value_blob(found);
+    const auto size = static_cast<std::size_t>(sqlite3_value_bytes(found));
+    if (!bytes && (size || is_text))
         throw std::bad_alloc();
     if (!is_text && are_numbers[static_cast<std::size_t>(column)] && size <= longest_number) {
-        reserve(2 + static_cast<std::size_t>(size));
+        reserve(2 + size);
         put(number_form, static_cast<std::uint8_t>(size));
-        std::memcpy(end_, bytes, static_cast<std::size_t>(size));
+        std::memcpy(end_, bytes, size);
         end_ += size;
         return;
     }
-    append_bytes(bytes, static_cast<std::size_t>(size), is_text);
+    append_bytes(bytes, size, is_text);
 }
 
 void row_store::append_integer(std::int64_t integer)
@@ -152,13 +155,6 @@ void row_store::reader::next_row()
     if (chunk_ + 1 < store_.chunks_.size() && store_.chunks_[chunk_ + 1].first_row == row_)
         at_ = store_.chunks_[++chunk_].start;
     ++row_;
-}
-
-void row_store::reader::skip_values(std::size_t count)
-{
-    value skipped;
-    while (count-- > 0)
-        next_value(skipped);
 }
 
 } // namespace sqlite_oci

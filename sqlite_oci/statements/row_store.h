@@ -34,7 +34,12 @@ public:
         // Must be called before the values of each row.
         void next_row();
         void next_value(value &result) { at_ = read(at_, result); }
-        void skip_values(std::size_t count);
+        void skip_values(std::size_t count)
+        {
+            value skipped;
+            while (count-- > 0)
+                next_value(skipped);
+        }
 
     private:
         const row_store &store_;

@@ -14,7 +14,7 @@ constexpr ub4 most_columns = 2000;
 constexpr std::size_t most_unused_variables = 256;
 
 // Keeps the variables in `used` and the youngest of the others, in this order of age.
-template <class T> void drop_oldest(std::vector<std::unique_ptr<T>> &all, const std::vector<T *> &used)
+template <class T> void drop_oldest(std::vector<owned<T>> &all, const std::vector<T *> &used)
 {
     std::stable_partition(all.begin(), all.end(), [&](const auto &one) {
         return std::find(used.begin(), used.end(), one.get()) == used.end();
@@ -23,8 +23,7 @@ template <class T> void drop_oldest(std::vector<std::unique_ptr<T>> &all, const 
         all.erase(all.begin(), all.end() - static_cast<std::ptrdiff_t>(most_unused_variables));
 }
 
-template <class T>
-bool release_from(std::vector<std::unique_ptr<T>> &all, std::vector<T *> &used, variable *freed)
+template <class T> bool release_from(std::vector<owned<T>> &all, std::vector<T *> &used, variable *freed)
 {
     const auto found =
         std::find_if(all.begin(), all.end(), [&](const auto &one) { return one.get() == freed; });
@@ -35,9 +34,9 @@ bool release_from(std::vector<std::unique_ptr<T>> &all, std::vector<T *> &used, 
     return true;
 }
 
-template <class T> T &add_to(std::vector<std::unique_ptr<T>> &all, statement &owner)
+template <class T> T &add_to(std::vector<owned<T>> &all, statement &owner)
 {
-    auto made = std::make_unique<T>(owner);
+    owned<T> made(new T(owner));
     make_handle(*made, T::handle_kind);
     all.push_back(std::move(made));
     return *all.back();

@@ -266,7 +266,7 @@ private:
     sword fetch_exactly(ub4 rows, call_errors errors);
     void change_row(connection &on, std::size_t row);
     int step(connection &on, sqlite3_stmt *running);
-    [[noreturn]] void fail_in_engine(connection &on, int code);
+    [[noreturn]] void fail_in_engine(connection &on, int code, sqlite3_stmt *running);
 
     void describe_columns();
     std::vector<value_kind> value_kinds() const;
@@ -286,7 +286,14 @@ private:
     sword fetch_rows(ub4 rows, ub2 orientation, sb4 offset, call_errors errors);
     void check_idle() const { callback_scope::check(*this); }
     void find_own_texts(const connection &on);
-    const value &shown(const value &fetched, std::size_t column, const define &into);
+
+    // The value as a text variable sees it. Most columns need nothing done, which costs no call.
+    const value &shown(const value &fetched, std::size_t column, const variable &into)
+    {
+        return has_own_text_[column] ? shown_in(fetched, compiled_.translated().columns[column].type, into)
+                                     : fetched;
+    }
+    const value &shown_in(const value &fetched, const declared_type &type, const variable &into);
 
     compiled_statement compiled_;
     row_store rows_;
@@ -304,8 +311,8 @@ private:
 
     // All that have live handles; those of texts that this handle was prepared with before stay for programs
     // that bind with them again.
-    std::vector<std::unique_ptr<bind>> binds_;
-    std::vector<std::unique_ptr<define>> defines_;
+    std::vector<owned<bind>> binds_;
+    std::vector<owned<define>> defines_;
 
     std::vector<bind *> bound_;     // by placeholder
     std::vector<define *> defined_; // by column, from 0

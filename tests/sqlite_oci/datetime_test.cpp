@@ -253,5 +253,24 @@ TEST_F(sqlite_oci_test, times_and_intervals_go_through_columns)
     EXPECT_TRUE(db.fails(query.execute(1), 932)) << "months are no days";
 }
 
+TEST_F(sqlite_oci_test, texts_show_no_stored_form)
+{
+    db.run_all({"CREATE TABLE shown (z TIMESTAMP(3) WITH TIME ZONE, m INTERVAL YEAR TO MONTH, "
+                "d INTERVAL DAY TO SECOND)"});
+    char z[50], m[20], d[30];
+    const prepared insert(db, "INSERT INTO shown VALUES (TO_TIMESTAMP_TZ('2024-02-29 01:02:03.25 +02:00', "
+                              "'YYYY-MM-DD HH24:MI:SS.FF TZH:TZM'), INTERVAL '1-2' YEAR TO MONTH, "
+                              "INTERVAL '4 05:06:07' DAY TO SECOND) RETURNING z, m, d INTO :z, :m, :d");
+    insert.in("z", z, SQLT_STR).in("m", m, SQLT_STR).in("d", d, SQLT_STR);
+    z[0] = m[0] = d[0] = 0;
+    ASSERT_TRUE(db.succeeds(insert.execute(1)));
+    EXPECT_STREQ(m, "+01-02");
+    EXPECT_STREQ(d, "+04 05:06:07.000000");
+    EXPECT_EQ(db.ask("SELECT z FROM shown"), z) << "a fetch and RETURNING show the same";
+    EXPECT_EQ(std::string(z).find('Z'), std::string::npos) << z;
+    EXPECT_EQ(db.ask("SELECT m FROM shown"), m);
+    EXPECT_EQ(db.ask("SELECT d FROM shown"), d);
+}
+
 } // namespace
 } // namespace sqlite_oci_test

@@ -203,7 +203,10 @@ TEST_F(sqlite_oci_test, rows_are_named_by_descriptors)
     const prepared query(db, "SELECT rowid, a FROM t WHERE a = 20 FOR UPDATE");
     query.out(1, row, SQLT_RDD).out(2, number, SQLT_INT);
     ASSERT_TRUE(db.succeeds(query.execute(1)));
-    EXPECT_NE(name_row(query), last);
+    const std::string found = name_row(query);
+    EXPECT_NE(found, last);
+    EXPECT_EQ(db.ask("SELECT rowid FROM t WHERE a = 20"), found) << "one form for all";
+    EXPECT_EQ(db.ask("SELECT a FROM t WHERE rowid = '" + found + "'"), "20");
     const prepared update(db, "UPDATE t SET a = 25 WHERE rowid = :r");
     update.in("r", row, SQLT_RDD);
     ASSERT_TRUE(db.succeeds(update.execute(1)));

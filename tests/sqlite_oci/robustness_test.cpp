@@ -145,6 +145,30 @@ TEST_F(robustness, a_session_whose_commit_fails_ends)
     EXPECT_EQ(db.ask("SELECT count(*) FROM c"), "0");
 }
 
+TEST_F(robustness, a_refused_commit_tells_on_which_side_the_key_is_broken)
+{
+    db.run_all({"CREATE TABLE p (id NUMBER PRIMARY KEY)",
+                "CREATE TABLE c (id NUMBER REFERENCES p (id) DEFERRABLE INITIALLY DEFERRED)",
+                "INSERT INTO p VALUES (1)", "INSERT INTO c VALUES (1)", "COMMIT"});
+    const struct {
+        const char *statement;
+        const char *number;
+    } cases[] = {
+        {"INSERT INTO c VALUES (5)", "ORA-02291"},
+        {"UPDATE c SET id = 6", "ORA-02291"},
+        {"DELETE FROM p", "ORA-02292"},
+        {"UPDATE p SET id = 2", "ORA-02292"},
+        {"BEGIN INSERT INTO p VALUES (3); INSERT INTO c VALUES (3); DELETE FROM p WHERE id = 3; END;",
+         "ORA-02291"},
+    };
+    for (const auto &one : cases) {
+        ASSERT_EQ(db.run(one.statement), 0) << one.statement << ": " << db.message();
+        EXPECT_TRUE(db.fails(db.commit(), 2091)) << one.statement;
+        EXPECT_NE(db.message().find(one.number), std::string::npos) << one.statement << ": " << db.message();
+    }
+    EXPECT_EQ(db.ask("SELECT p.id || c.id FROM p, c"), "11");
+}
+
 TEST_F(robustness, a_kept_query_for_update_sees_the_table_as_it_is)
 {
     db.run_all({"CREATE TABLE t (c CLOB, k NUMBER)", "INSERT INTO t VALUES ('first', 1)",
