@@ -9,6 +9,7 @@
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -40,9 +41,24 @@ void backends_allocate_and_free(benchmark::State &state)
     }
 }
 
+/*
+ * Lets the process own the memory of so many wrappers already: the first use of a page costs more than what
+ * is measured.
+ */
+void warm_up_memory(size_t wrappers)
+{
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
+    std::vector<void *> blocks;
+    for (size_t i = 0; i < wrappers; i++)
+        blocks.push_back(std::calloc(1, sizeof(om_handle_t)));
+    for (void *block : blocks)
+        std::free(block);
+}
+
 /* Reads a server into a variable that holds none: each time a wrapper more under the same key. */
 void read_handle_value(benchmark::State &state)
 {
+    warm_up_memory(static_cast<size_t>(state.max_iterations));
     hdl_hash_table_t *const before = hdl_list_tbl;
     hdl_list_tbl = nullptr;
     const connection c;
