@@ -107,7 +107,7 @@ for table in category block glyph; do
 done
 
 heading 'The same query on both'
-query="SELECT b.name, s.glyphs, s.kinds, char(f.code), f.name
+query="SELECT b.name, s.glyphs, s.kinds, to_char(f.code, 'FM0XXXX') AS code, f.name
   FROM (SELECT g.block, count(*) AS glyphs, count(DISTINCT c.name) AS kinds, min(g.code) AS first
           FROM glyph g JOIN category c ON c.code = g.category
          GROUP BY g.block) s
@@ -115,8 +115,8 @@ query="SELECT b.name, s.glyphs, s.kinds, char(f.code), f.name
   JOIN glyph f ON f.code = s.first
  WHERE b.name LIKE :kind
  ORDER BY 2 DESC, 1
- LIMIT 8"
-say 'Blocks with their number of characters and of categories, their first character and its name:' ''
+ FETCH FIRST 8 ROWS ONLY"
+say 'Blocks with their number of characters and of categories, code and name of their first character:' ''
 for link in east west; do
     show dkomsql "$link" --bind 'kind=%Symbols%' -e "$query" || fail "the query failed on $link"
     dkomsql "$link" -e '\status' | sed -n '/^Served by/p'

@@ -60,17 +60,17 @@ void load_library(unsigned int backend)
 {
     omx_library *into = &omx_libraries[backend];
     name_library(sources[backend], into);
-    into->library = dlopen(into->path, RTLD_LAZY);
-    const char *reason = into->library ? "it leads back to the OCI manager itself" : dlerror();
-    if (into->library && is_manager(into->library))
-        into->library = nullptr;
-    if (!into->library) {
+    into->dl = dlopen(into->path, RTLD_LAZY);
+    const char *reason = into->dl ? "it leads back to the OCI manager itself" : dlerror();
+    if (into->dl && is_manager(into->dl))
+        into->dl = nullptr;
+    if (!into->dl) {
         snprintf(into->reason, sizeof into->reason, "%s", reason ? reason : "the loader gives no reason");
         return;
     }
     void **entries = (void **)(void *)&omx_calls;
     for (size_t i = 0; i < OCI_ENTRY_POINT_COUNT; i++)
-        entries[i * omx_backend_count + backend] = dlsym(into->library, entry_point_names[i]);
+        entries[i * omx_backend_count + backend] = dlsym(into->dl, entry_point_names[i]);
     loaded |= omx_bit(backend);
 }
 
@@ -84,7 +84,7 @@ void load_all(void)
     load_library(omx_oracle);
     load_library(omx_dravik);
     for (unsigned int backend = 0; backend < omx_backend_count; backend++)
-        if (!omx_libraries[backend].library)
+        if (!omx_libraries[backend].dl)
             OMX_TRACE(OM_LOG_ASSERT, "%s's client library %s cannot be loaded: %s", omx_backend_name(backend),
                       omx_libraries[backend].path, omx_libraries[backend].reason);
 }

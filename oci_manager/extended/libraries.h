@@ -16,7 +16,7 @@ struct omx_call_table {
 extern omx_call_table omx_calls __attribute__((visibility("hidden")));
 
 struct omx_library {
-    void *library;    /* of the loader; never closed. Null: not loaded */
+    void *dl;         /* of the loader; never closed. Null: not loaded */
     char path[1024];  /* what was opened */
     char reason[512]; /* why that failed, in the loader's words */
 };

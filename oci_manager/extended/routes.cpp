@@ -159,6 +159,6 @@ sword omx_route_of(const omx_handle *env, const OraText *link, ub4 length, ub1 a
     return omx_fail(errh, omx_error_routes,
                     "This link is routed to %s only, which cannot serve it here%s%s. Change DKOM_ROUTES, or "
                     "install the client library.",
-                    omx_backend_name(missing), omx_libraries[missing].library ? "" : ": ",
-                    omx_libraries[missing].library ? "" : omx_libraries[missing].reason);
+                    omx_backend_name(missing), omx_libraries[missing].dl ? "" : ": ",
+                    omx_libraries[missing].dl ? "" : omx_libraries[missing].reason);
 }

@@ -124,7 +124,7 @@ void write_first_record(void)
     program[length > 0 ? length : 0] = '\0';
     const char *state[omx_backend_count];
     for (unsigned int b = 0; b < omx_backend_count; b++)
-        state[b] = omx_libraries[b].library     ? "loaded"
+        state[b] = omx_libraries[b].dl          ? "loaded"
                    : omx_libraries[b].reason[0] ? omx_libraries[b].reason
                                                 : "not loaded yet";
     char message[OM_LONGEST_MESSAGE + 1];
