@@ -156,12 +156,13 @@ bool read_rule(const char *&p, const change_rule &usual, change_rule *rule)
         if (!read_number(p, &rule->day) || rule->day > 365 || (rule->kind == 'J' && rule->day == 0))
             return false;
     } else if (*p == 'M') {
-        rule->kind = 'M';
-        if (!read_number(++p, &rule->month) || *p++ != '.' || !read_number(p, &rule->week) || *p++ != '.' ||
-            !read_number(p, &rule->day))
+        change_rule read = {'M', 0, 0, 0, 0};
+        if (!read_number(++p, &read.month) || *p++ != '.' || !read_number(p, &read.week) || *p++ != '.' ||
+            !read_number(p, &read.day))
             return false;
-        if (rule->month < 1 || rule->month > 12 || rule->week < 1 || rule->week > 5 || rule->day > 6)
+        if (read.month < 1 || read.month > 12 || read.week < 1 || read.week > 5 || read.day > 6)
             return false;
+        *rule = read;
     } else if (!*p) {
         *rule = usual;
     } else {

@@ -78,7 +78,7 @@ TEST(Zone, DescriptionsInTz)
 
                              "ABC3.DEF",
                              "ABC3DEF,M3.2.0",
-                             "ABC3DEF,M13.2.0",
+
                              "Nowhere/None",
                              ":Nowhere/None",
                              "AB3",
