@@ -94,7 +94,7 @@ void statement::find_own_texts(const connection &on)
 {
     formats_ = on.settings;
     has_own_text_.clear();
-    for (const sql::result_column &column : compiled_.translated().columns)
+    for (const sql::result_column &column : result().columns)
         has_own_text_.push_back(has_own_text(column.type, on.settings));
 }
 
@@ -132,6 +132,9 @@ void statement::store_outputs(sqlite3_stmt *from, const sql::translated_step &st
         value given;
         reader.next_value(given);
         bind *const to = bound_[one.placeholder];
+        if (to->array.host.type == SQLT_RSET)
+            fail(932, "a value is no cursor, for which the variable :%s is",
+                 text.placeholders[one.placeholder].name.c_str());
         fetch_outcome outcome;
         const declared_type &type = one.column.type;
         const value shown_value = has_own_text(type, formats_) ? shown_in(given, type, *to) : given;

@@ -67,13 +67,27 @@ void compiled_statement::compile(const std::shared_ptr<connection> &on, const sq
         return;
     finalize();
     try {
-        translation_ = sql::translate({text.original, text.tokens, binds, on->catalogue, on->settings});
+        take(on, text.action,
+             sql::translate({text.original, text.tokens, binds, on->catalogue, on->settings}), binds);
     } catch (const sql::located_failure &failed) {
         *error_offset = as_attribute(failed.offset);
         throw;
     }
+    if (steps_.size() == 1)
+        try {
+            step(0);
+        } catch (...) {
+            finalize();
+            throw;
+        }
+}
+
+void compiled_statement::take(const std::shared_ptr<connection> &on, sql_action action,
+                              sql::translation translated, const std::vector<sql::bind_type> &binds)
+{
+    translation_ = std::move(translated);
     on_ = on;
-    action_ = text.action;
+    action_ = action;
     binds_ = binds;
     steps_.assign(translation_.steps.size(), nullptr);
     parameters_.clear();
@@ -84,13 +98,6 @@ void compiled_statement::compile(const std::shared_ptr<connection> &on, const sq
         one.rule.column = translation_.binds[i].column_name;
         one.is_converted = one.rule.type.type != 0;
     }
-    if (steps_.size() == 1)
-        try {
-            step(0);
-        } catch (...) {
-            finalize();
-            throw;
-        }
 }
 
 sqlite3_stmt *compiled_statement::prepare(const std::string &sql) const

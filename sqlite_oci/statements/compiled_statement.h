@@ -26,6 +26,10 @@ public:
     void compile(const std::shared_ptr<connection> &on, const sql_text &text,
                  const std::vector<sql::bind_type> &binds, ub2 *error_offset);
 
+    // A translation that was made already, for bind variables of these types.
+    void take(const std::shared_ptr<connection> &on, sql_action action, sql::translation translated,
+              const std::vector<sql::bind_type> &binds);
+
     // Takes the connection's mutex, unless it is held.
     void reset();
 

@@ -3,7 +3,6 @@
 #include "text/text_scan.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace sqlite_oci
 {
@@ -79,9 +78,7 @@ bool statement::open_cursor(const service_context &context, call_errors errors)
         fail(1008, "not all variables are bound: :%s is not", cursor->variable.c_str());
     if (variable->array.host.type != SQLT_RSET || !variable->array.values)
         fail(932, "a cursor is opened for a variable of type SQLT_RSET");
-    const void *handle = nullptr;
-    std::memcpy(&handle, variable->array.value_at(0), sizeof handle);
-    auto *const target = find<statement>(handle);
+    auto *const target = find<statement>(pointer_in(variable->array.value_at(0)));
     if (!target || target == this)
         fail(1023, "the variable :%s holds no other statement handle", cursor->variable.c_str());
 

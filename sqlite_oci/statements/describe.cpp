@@ -119,7 +119,7 @@ std::vector<value_kind> statement::value_kinds() const
     std::vector<value_kind> kinds(column_count, value_kind::null);
     if (rows_.size() == 0)
         return kinds;
-    row_store::reader reader(rows_, 0, column_count);
+    row_store::reader reader(rows_, 0, stored_columns());
     value read;
     for (std::size_t row = 0; row < std::min(rows_.size(), rows_to_read); ++row) {
         reader.next_row();
@@ -128,6 +128,7 @@ std::vector<value_kind> statement::value_kinds() const
             if (kind == value_kind::null)
                 kind = read.kind;
         }
+        reader.skip_values(stored_columns() - column_count);
     }
     return kinds;
 }
@@ -148,7 +149,7 @@ void statement::describe_columns()
             return any_text;
         }
     };
-    for (const sql::result_column &column : compiled_.translated().columns) {
+    for (const sql::result_column &column : result().columns) {
         const std::size_t place = columns_.size();
         columns_.push_back({column.name, column.type.type ? column.type : type_of_values(kinds[place]),
                             column.is_nullable, static_cast<ub2>(place + 1)});

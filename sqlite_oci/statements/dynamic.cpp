@@ -129,6 +129,7 @@ void define::give(const value &fetched, std::size_t row, fetch_outcome &outcome)
     if (in_pieces)
         rest = whole = whole_bytes(array.host, fetched, result.error);
 
+    given_descriptor_ = nullptr;
     define_piece given;
     do {
         const sb4 answer = [&] {
@@ -144,6 +145,7 @@ void define::give(const value &fetched, std::size_t row, fetch_outcome &outcome)
             size = rest.copy(static_cast<char *>(given.buffer), *given.length);
             rest.remove_prefix(size);
         } else if (!is_null && is_descriptor(array.host.type)) { // given itself
+            given_descriptor_ = given.buffer;
             result = writer_(array.host, fetched, &given.buffer);
             size = result.stored;
         } else if (!is_null) {

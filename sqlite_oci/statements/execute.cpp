@@ -12,6 +12,7 @@ std::vector<bool> number_columns(const sql::translation &translated)
     std::vector<bool> result;
     for (const sql::result_column &column : translated.columns)
         result.push_back(column.type.type == SQLT_NUM);
+    result.resize(result.size() + translated.given_columns);
     return result;
 }
 
@@ -22,6 +23,8 @@ sword statement::execute(const service_context &context, const execution &how, c
     check_idle();
     if (!is_prepared)
         fail(24337, "the statement handle is not prepared");
+    if (opened_)
+        fail(1003, "the statement handle holds a cursor, which a fetch has opened: prepare it first");
     if (awaited_.of && awaited_.by_execution)
         return fetch(1, OCI_FETCH_NEXT, 0, errors);
     if (open_cursor(context, errors))
@@ -94,6 +97,7 @@ void statement::forget_execution()
     rows_.clear();
     columns_.clear();
     locked_.clear();
+    cursor_origin_.reset();
     forget_too_many_parameters();
 }
 
@@ -128,13 +132,18 @@ bool statement::is_read(sqlite3_stmt *by, const bind &used) const
 
 void statement::bind_row(sqlite3_stmt *target, std::size_t row)
 {
+    cursor_origin *const kept = cursor_origin_.get();
     for (const auto &used : binds_) {
-        if (used->placeholders.empty() || (used->may_be_empty() && !is_read(target, *used)))
+        if (used->placeholders.empty() || (used->may_be_empty() && !kept && !is_read(target, *used)))
             continue;
         const value bound = used->value_of(row);
-        for (const std::size_t placeholder : used->placeholders)
-            if (bound_[placeholder] == used.get())
-                compiled_.bind(target, placeholder, bound);
+        for (const std::size_t placeholder : used->placeholders) {
+            if (bound_[placeholder] != used.get())
+                continue;
+            compiled_.bind(target, placeholder, bound);
+            if (kept)
+                kept->values[placeholder] = kept_value(bound);
+        }
     }
 }
 
@@ -163,9 +172,9 @@ void statement::fail_in_engine(connection &on, int code, sqlite3_stmt *running)
 // `code` is that of the first step.
 void statement::read_rows(connection &on, sqlite3_stmt *running, int code)
 {
-    const std::vector<bool> are_numbers = number_columns(compiled_.translated());
+    const std::vector<bool> are_numbers = number_columns(result());
     for (; code == SQLITE_ROW; code = step(on, running)) {
-        rows_.append(running, static_cast<int>(column_count), are_numbers);
+        rows_.append(running, static_cast<int>(are_numbers.size()), are_numbers);
         if (!locked_.empty())
             locked_.append(running);
     }
@@ -182,6 +191,9 @@ sword statement::run_query(const std::shared_ptr<connection> &shared, const exec
     locked_.clear();
     sqlite3_stmt *const locking = compiled_.locking();
     sqlite3_stmt *const running = locking ? locking : compiled_.step(0);
+    if (!translated.cursors.empty())
+        cursor_origin_ = std::make_shared<cursor_origin>(
+            cursor_origin{shared, bind_types(), std::vector<kept_value>(bound_.size())});
     bind_row(running, 0);
     {
         const run_end end{running};

@@ -31,6 +31,7 @@ sword statement::fetch_rows(ub4 rows, ub2 orientation, sb4 offset, call_errors e
         fail(24374, "no column of the query is defined");
     if (defined_.size() > column_count && defined_.back())
         fail(1007, "column %zu is defined, but the query has %u", defined_.size(), column_count);
+    check_cursor_defines();
 
     fetching_ = {};
     fetching_.first = first_row(orientation, offset);
@@ -117,7 +118,7 @@ bool statement::store_rows(fetch_outcome &outcome)
 {
     if (fetching_.row >= fetching_.rows)
         return true;
-    row_store::reader reader(rows_, fetching_.first + fetching_.row, column_count);
+    row_store::reader reader(rows_, fetching_.first + fetching_.row, stored_columns());
     for (; fetching_.row < fetching_.rows; ++fetching_.row) {
         reader.next_row();
         if (!store_row(reader, outcome))
@@ -149,6 +150,17 @@ bool statement::store_row(row_store::reader &reader, fetch_outcome &outcome)
             locked_.lock(*locator, fetching_.first + row, fetching_.column);
     }
     reader.skip_values(column_count - columns);
+    if (result().cursors.empty())
+        return true;
+    std::vector<value> given(result().given_columns);
+    for (value &one : given)
+        reader.next_value(one);
+    try {
+        open_cursors(given, row);
+    } catch (failure &failed) {
+        if (!outcome.error.code)
+            outcome.error = std::move(failed.record);
+    }
     return true;
 }
 

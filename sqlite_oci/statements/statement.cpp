@@ -46,6 +46,13 @@ template <class T> T &add_to(std::vector<owned<T>> &all, statement &owner)
 
 void statement::prepare(std::string sql)
 {
+    take_text(std::move(sql));
+    compiled_.reset();
+}
+
+// All but what is compiled: that waits for its connection.
+void statement::take_text(std::string sql)
+{
     check_idle();
     text = analyse(std::move(sql));
     is_prepared = true;
@@ -57,7 +64,8 @@ void statement::prepare(std::string sql)
     columns_.clear();
     give_up_pieces();
     forget_parameters();
-    compiled_.reset();
+    opened_.reset();
+    cursor_origin_.reset();
     locked_.clear();
     forget_variables();
 }

@@ -8,6 +8,7 @@
 #include "statements/compiled_statement.h"
 #include "statements/describe.h"
 #include "statements/locked_rows.h"
+#include "statements/nested_cursors.h"
 #include "statements/pieces.h"
 #include "statements/row_store.h"
 #include "variables/host_value.h"
@@ -143,10 +144,14 @@ struct define final : variable {
 
     void store(const value &fetched, std::size_t row, fetch_outcome &outcome) const;
 
+    // The descriptor or statement handle in an element or, of a define with a callback, the last one that it
+    // gave; null for elements of other types.
+    const void *descriptor_at(std::size_t row) const;
+
     // The locator in an element; null for elements of other types.
     lob_locator *locator_at(std::size_t row) const
     {
-        return is_locator(array.host.type) && array.values ? locator_in(array.value_at(row)) : nullptr;
+        return is_locator(array.host.type) ? find<lob_locator>(descriptor_at(row)) : nullptr;
     }
 
     void set_callback(void *context, OCICallbackDefine callback)
@@ -175,6 +180,7 @@ private:
     host_writer writer_ = nullptr;
     void *context_ = nullptr;
     OCICallbackDefine callback_ = nullptr;
+    mutable const void *given_descriptor_ = nullptr; // by the callback
 };
 
 // An offset in a text as OCI_ATTR_PARSE_ERROR_OFFSET, which has 16 bits.
@@ -247,6 +253,7 @@ struct statement final : object, parameter_owner {
 private:
     bind &bind_placeholders(bind *known, std::vector<std::size_t> placeholders);
     void forget_variables();
+    void take_text(std::string sql);
 
     void forget_execution();
     void check_text();
@@ -278,6 +285,10 @@ private:
     sword end_fetch(const fetch_outcome &outcome, call_errors errors);
     void give_up_pieces();
     bool open_cursor(const service_context &context, call_errors errors);
+    void check_cursor_defines() const;
+    void open_cursors(const std::vector<value> &given, std::size_t row);
+    void open_nested(const sql::nested_cursor &cursor, std::shared_ptr<cursor_origin> from,
+                     const value *given);
     bind *bind_of_name(std::string_view name) const;
     bool collect_pieces(const execution &how);
     bool await_bind(const variable *after, std::size_t row);
@@ -290,12 +301,17 @@ private:
     // The value as a text variable sees it. Most columns need nothing done, which costs no call.
     const value &shown(const value &fetched, std::size_t column, const variable &into)
     {
-        return has_own_text_[column] ? shown_in(fetched, compiled_.translated().columns[column].type, into)
-                                     : fetched;
+        return has_own_text_[column] ? shown_in(fetched, result().columns[column].type, into) : fetched;
     }
     const value &shown_in(const value &fetched, const declared_type &type, const variable &into);
 
+    // What the rows are of.
+    const sql::translation &result() const { return opened_ ? *opened_ : compiled_.translated(); }
+    std::size_t stored_columns() const { return column_count + result().given_columns; }
+
     compiled_statement compiled_;
+    std::shared_ptr<const sql::translation> opened_; // of a cursor that was fetched; null for others
+    std::shared_ptr<cursor_origin> cursor_origin_;   // of the cursors in the rows
     row_store rows_;
     awaited_piece awaited_;
     fetch_position fetching_;

@@ -112,6 +112,13 @@ value bind::value_of(std::size_t row)
     return reader_(array.host, array.value_at(row), size, scratch_);
 }
 
+const void *define::descriptor_at(std::size_t row) const
+{
+    if (is_dynamic)
+        return given_descriptor_;
+    return is_descriptor(array.host.type) && array.values ? pointer_in(array.value_at(row)) : nullptr;
+}
+
 void define::store(const value &fetched, std::size_t row, fetch_outcome &outcome) const
 {
     if (is_dynamic)

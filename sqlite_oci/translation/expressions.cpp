@@ -75,7 +75,8 @@ typed_sql translator::value_without_grouping(expression &tree)
     case node::subquery:
         return subquery_of(tree);
     case node::cursor:
-        fail_unserved(tree.offset, "CURSOR(...)");
+        fail_at(tree.offset, 22902,
+                "CURSOR(...) stands in a query's own select list only, without DISTINCT and groups");
     case node::prior:
         fail_unserved(tree.offset, "PRIOR and CONNECT BY");
     case node::default_value:
@@ -119,7 +120,9 @@ typed_sql translator::column_of(expression &tree)
             if (!tree.is_quoted && tree.text == "ROWID" && one.table && one.table->has_row_id) {
                 if (in->is_grouped && !in->in_group_function)
                     fail_at(tree.offset, 979, "ROWID is not in GROUP BY");
-                return {.sql = quoted_name(one.alias) + "._rowid_", .type = row_id_type, .is_column = true};
+                return seen_from_here(
+                    *in,
+                    {.sql = quoted_name(one.alias) + "._rowid_", .type = row_id_type, .is_column = true});
             }
             for (const source_column &column : one.columns) {
                 if (column.name != tree.text || (column.is_joined && !tree.qualifier))
@@ -136,13 +139,11 @@ typed_sql translator::column_of(expression &tree)
                 std::find(in->group_keys.begin(), in->group_keys.end(), found->sql) == in->group_keys.end())
                 fail_at(tree.offset, in->has_group_by ? 979 : 937,
                         "%s is neither in GROUP BY nor in a group function", tree.text.c_str());
-            return {
-                .sql = found->sql,
-                .type = found->type,
-                .is_nullable = found->is_nullable || of->is_optional,
-                .is_wide = may_be_wide(found->type),
-                .is_column = true,
-            };
+            return seen_from_here(*in, {.sql = found->sql,
+                                        .type = found->type,
+                                        .is_nullable = found->is_nullable || of->is_optional,
+                                        .is_wide = may_be_wide(found->type),
+                                        .is_column = true});
         }
         if (is_known_source && tree.qualifier)
             break;
@@ -184,6 +185,7 @@ typed_sql translator::pseudo_of(expression &tree)
             fail_at(tree.offset, 1788, "LEVEL needs CONNECT BY");
         result.sql = in->level_sql;
         result.type = any_number;
+        result = seen_from_here(*in, std::move(result));
     } else { // ROWNUM
         if (scope_->forbids_row_number || (scope_->is_grouped && !scope_->in_group_function))
             fail_unserved(tree.offset, "ROWNUM in this place");

@@ -80,7 +80,18 @@ void translator::run_query(parser &from)
         fail_at(tree->into_placeholders[0].offset, 1744, "INTO stands in a block only");
     result_.locks_rows = lock.is_there;
     result_.wait_seconds = lock.wait_seconds;
-    translated_query query = query_of(*tree, nullptr, lock.is_there);
+    add_query_step(*tree, lock.is_there);
+    if (lock.is_there && !result_.cursors.empty())
+        fail_at(tree->offset, 2014, "FOR UPDATE cannot stand in a query with CURSOR(...)");
+}
+
+// The query of a statement or a cursor.
+void translator::add_query_step(query &tree, bool is_locking)
+{
+    top_ = &tree;
+    translated_query query = query_of(tree, nullptr, is_locking);
+    top_ = nullptr;
+    result_.given_columns = query.given;
     bool has_row_id = false;
     std::string names, list;
     for (std::size_t i = 0; i < query.columns.size(); ++i) {
@@ -91,6 +102,11 @@ void translator::run_query(parser &from)
         names += (i ? ", " : "") + engine;
         list += (i ? ", " : "") + (is_row_id ? "oci_row_id_text(" + engine + ")" : engine);
         result_.columns.push_back({column.name, column.type, column.is_nullable});
+    }
+    for (std::size_t i = 0; i < query.given; ++i) {
+        const std::string engine = ", given" + std::to_string(i + 1);
+        names += engine;
+        list += engine;
     }
     translated_step &step = add_step(std::move(query.sql));
     step.with_row_id = std::move(query.with_row_id);
@@ -298,6 +314,8 @@ void translator::run_explain(parser &from)
     result_.steps[0].sql.insert(0, "EXPLAIN QUERY PLAN ");
     result_.steps[0].with_row_id.clear();
     result_.locks_rows = false;
+    result_.cursors.clear();
+    result_.given_columns = 0;
     result_.columns = {{"ID", any_number, true},
                        {"PARENT", any_number, true},
                        {"NOTUSED", any_number, true},

@@ -6,6 +6,7 @@
 #include "syntax/token.h"
 #include "translation/typed_sql.h"
 
+#include <memory>
 #include <vector>
 
 namespace sqlite_oci::sql
@@ -43,10 +44,23 @@ enum class effect : std::uint8_t {
     nothing
 };
 
+struct translation;
+
+// A CURSOR(SELECT ...) in a select list. Its query has the placeholders of the whole statement and, numbered
+// behind them, the values that the query around it gives with each row.
+struct nested_cursor {
+    std::size_t column;
+    std::size_t first_given, given; // of the columns behind the select list's own
+    std::string text;
+    std::shared_ptr<const translation> body;
+};
+
 struct translation {
     std::vector<translated_step> steps;
     std::vector<result_column> columns; // of a query
-    std::vector<conversion> binds;      // by occurrence
+    std::size_t given_columns = 0;      // behind them, for cursors
+    std::vector<nested_cursor> cursors;
+    std::vector<conversion> binds; // by occurrence
     effect does = effect::run;
     std::vector<std::pair<std::string, std::string>> session_values; // ALTER SESSION SET
     bool locks_rows = false;

@@ -28,9 +28,19 @@ struct source {
     bool is_optional = false; // an outer join may leave it out
 };
 
+// The query of a CURSOR(...), which runs on its own for each row: what it takes from the queries around it is
+// given to it like bind variables.
+struct cursor_frame {
+    cursor_frame *outer = nullptr;
+    std::vector<std::string> given; // in the words of the query around it
+    bool has_common_tables = false;
+};
+
 struct scope {
     scope *outer = nullptr;
+    cursor_frame *frame = nullptr; // null outside of cursors
     std::vector<source> sources;
+    std::vector<std::string> given; // to the cursors of the select list: behind its columns
 
     // Of a query with GROUP BY or a group function: what may stand outside of those.
     bool is_grouped = false;
@@ -44,6 +54,24 @@ struct scope {
     std::string level_sql;           // LEVEL
 };
 
+// Enters a scope of names for as long as it lives.
+class entered
+{
+public:
+    entered(scope *&current, scope &in, cursor_frame *frame) : current_(current), before_(current)
+    {
+        in.outer = current;
+        in.frame = frame;
+        current = &in;
+    }
+    ~entered() { current_ = before_; }
+    entered(const entered &) = delete;
+
+private:
+    scope *&current_;
+    scope *before_;
+};
+
 struct output_column {
     std::string name;
     declared_type type{};
@@ -51,10 +79,13 @@ struct output_column {
     bool is_literal = false;
 };
 
+bool has_unique_names(const std::vector<output_column> &columns);
+
 // A query in SQLite's SQL, with what its columns are.
 struct translated_query {
     std::string sql;
     std::vector<output_column> columns;
+    std::size_t given = 0;        // columns behind these, for cursors
     std::string with_row_id;      // the same with the identity of the only table's row behind the columns
     bool has_plain_names = false; // its columns have the names above for SQLite, too
     bool is_single_row = false;   // by its own making: group functions without GROUP BY
@@ -76,6 +107,7 @@ public:
 private:
     // --- Statements
     void run_query(parser &from);
+    void add_query_step(query &tree, bool is_locking);
     void run_insert(insert_statement &tree);
     void run_update(update_statement &tree);
     void run_delete(delete_statement &tree);
@@ -126,8 +158,16 @@ private:
     std::string row_number_limit(std::vector<expression *> &conditions);
     void wrap_rows(scope &in, std::string &from, std::string &where, const std::string &limit);
     std::string row_generator(query &tree, scope &in);
+    void add_cursor(expression &tree, const name &alias, std::vector<typed_sql> &items,
+                    std::vector<output_column> &columns);
+    static typed_sql given_to(cursor_frame *cursor, const cursor_frame *from, typed_sql value,
+                              std::size_t first);
     void add_select_item(expression &tree, const name &alias, std::vector<typed_sql> &items,
                          std::vector<output_column> &columns);
+    std::string_view text_of(const expression &tree) const
+    {
+        return input_.text.substr(tree.offset, tree.end - tree.offset);
+    }
     void add_star(const expression &tree, scope &in, std::vector<typed_sql> &items,
                   std::vector<output_column> &columns);
     translated_query ordered_rows(query &tree, translated_query rows, const targets *into);
@@ -142,6 +182,7 @@ private:
     typed_sql value_of(expression &tree);
     typed_sql value_without_grouping(expression &tree);
     typed_sql column_of(expression &tree);
+    typed_sql seen_from_here(const scope &in, typed_sql value) const;
     typed_sql pseudo_of(expression &tree);
     typed_sql number_of(const expression &tree) const;
     typed_sql datetime_of(const expression &tree) const;
@@ -226,7 +267,10 @@ private:
     translation result_;
     scope outermost_; // without tables
     scope *scope_ = &outermost_;
+    cursor_frame *frame_ = nullptr;
+    const query *top_ = nullptr;                               // whose select list may have cursors
     std::map<std::string, std::vector<output_column>> common_; // tables of WITH in reach
+    std::string common_sql_;                                   // what makes them
     int generated_names_ = 0;
 };
 

@@ -57,6 +57,7 @@ constexpr declared_type real_type{SQLT_IBDOUBLE};
 constexpr declared_type row_id_type{SQLT_RDD};
 constexpr declared_type clob_type{SQLT_CLOB, SQLCS_IMPLICIT};
 constexpr declared_type blob_type{SQLT_BLOB};
+constexpr declared_type cursor_type{SQLT_RSET};
 
 declared_type text_type(std::size_t length, ub2 type = SQLT_CHR);
 

@@ -11,13 +11,6 @@ namespace sqlite_oci
 namespace
 {
 
-const void *pointer_in(const void *variable)
-{
-    const void *pointer;
-    std::memcpy(&pointer, variable, sizeof pointer);
-    return pointer;
-}
-
 written failed(int code)
 {
     return {.error = code};
@@ -140,6 +133,12 @@ value refuse_cursor(const host_type &, const void *, std::size_t, std::string &)
     fail(ora_inconsistent_types, "a statement handle gets its query from BEGIN OPEN :c FOR SELECT ...; END;");
 }
 
+// What is fetched of a cursor only says that there is one: the statement opens it.
+written accept_cursor(const host_type &, const value &, void *)
+{
+    return pointer_written;
+}
+
 // --- Variables that begin with their length
 
 bool has_long_length(ub2 type)
@@ -215,6 +214,8 @@ host_writer find_descriptor_writer(ub2 type)
         return write_rowid;
     case SQLT_VST:
         return write_string;
+    case SQLT_RSET:
+        return accept_cursor;
     default:
         return nullptr;
     }

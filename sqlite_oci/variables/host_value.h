@@ -5,6 +5,7 @@
 #include "values/number.h"
 #include "values/value.h"
 
+#include <cstring>
 #include <string>
 
 namespace sqlite_oci
@@ -41,6 +42,14 @@ inline bool is_descriptor(ub2 type)
     default:
         return is_locator(type);
     }
+}
+
+// The pointer that such a variable holds.
+inline void *pointer_in(const void *variable)
+{
+    void *pointer;
+    std::memcpy(&pointer, variable, sizeof pointer);
+    return pointer;
 }
 
 // Whether blanks fill the variable behind a text, and take the place of null.

@@ -1,7 +1,7 @@
 /*
- * Descriptors in buffers, as programs use them: LOBs, datetimes, intervals and row identifiers, in arrays,
- * inside structures, and in variables that change after they were bound. Prints what it reads. Linked with a
- * client library itself and with the library under test, which must print the same on either database.
+ * Descriptors in buffers, as programs use them: LOBs, datetimes, intervals, row identifiers and cursors, in
+ * arrays, inside structures, and in variables that change after they were bound. Prints what it reads. Linked
+ * with a client library itself and with the library under test, which must print the same on either database.
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -215,6 +215,47 @@ static void write_and_read_lobs(void)
     OCIHandleFree(stmt, OCI_HTYPE_STMT);
 }
 
+/* Cursors: two rows at once into an array of statement handles, a third into one of these again. */
+static void fetch_cursors(void)
+{
+    OCIStmt *stmt =
+        prepare("select id, cursor(select to_char(id) || ' of ' || h.id from happening where id <= h.id "
+                "order by happening.id) from happening h where id <= 3 order by h.id");
+    OCIStmt *cursors[2] = {allocate(OCI_HTYPE_STMT), allocate(OCI_HTYPE_STMT)};
+    OCIDefine *defines[2] = {NULL, NULL};
+    OCIDefine *define = NULL;
+    int id[2] = {0, 0};
+    char text[20];
+    ub4 fetched = 0;
+    sword rc = OCI_SUCCESS;
+    check(OCIDefineByPos(stmt, &defines[0], err, 1, id, sizeof(int), SQLT_INT, NULL, NULL, NULL, OCI_DEFAULT),
+          "define id");
+    check(OCIDefineByPos(stmt, &defines[1], err, 2, cursors, sizeof cursors[0], SQLT_RSET, NULL, NULL, NULL,
+                         OCI_DEFAULT),
+          "define cursor");
+    check(OCIStmtExecute(svc, stmt, err, 0, 0, NULL, NULL, OCI_DEFAULT), "select cursors");
+    while (rc == OCI_SUCCESS) {
+        rc = OCIStmtFetch2(stmt, err, 2, OCI_FETCH_NEXT, 0, OCI_DEFAULT);
+        check(rc, "fetch cursors");
+        check(OCIAttrGet(stmt, OCI_HTYPE_STMT, &fetched, NULL, OCI_ATTR_ROWS_FETCHED, err), "rows");
+        for (ub4 i = 0; i < fetched; i++) {
+            ub4 columns = 0;
+            check(OCIAttrGet(cursors[i], OCI_HTYPE_STMT, &columns, NULL, OCI_ATTR_PARAM_COUNT, err),
+                  "columns");
+            check(OCIDefineByPos(cursors[i], &define, err, 1, text, sizeof text, SQLT_STR, NULL, NULL, NULL,
+                                 OCI_DEFAULT),
+                  "define text");
+            printf("%d has a cursor of %u column:", id[i], columns);
+            while (OCIStmtFetch2(cursors[i], err, 1, OCI_FETCH_NEXT, 0, OCI_DEFAULT) == OCI_SUCCESS)
+                printf(" %s;", text);
+            printf("\n");
+        }
+    }
+    OCIHandleFree(stmt, OCI_HTYPE_STMT);
+    OCIHandleFree(cursors[0], OCI_HTYPE_STMT);
+    OCIHandleFree(cursors[1], OCI_HTYPE_STMT);
+}
+
 int main(int argc, char **argv)
 {
     if (argc != 2)
@@ -224,6 +265,7 @@ int main(int argc, char **argv)
     run("create table note (name varchar2(8), body clob)");
     insert_events();
     fetch_events();
+    fetch_cursors();
     write_and_read_lobs();
     check(OCILogoff(svc, err), "logoff");
     check(OCIHandleFree(env, OCI_HTYPE_ENV), "free");
