@@ -10,6 +10,7 @@
 #include <sys/time.h>
 
 #include "../oci_manager/raw_io.h"
+#include "../oci_manager/version_note.h"
 #include "../oci_manager/zone.h"
 #include "libraries.h"
 
@@ -129,7 +130,7 @@ void write_first_record(void)
                                                 : "not loaded yet";
     char message[OM_LONGEST_MESSAGE + 1];
     snprintf(message, sizeof message,
-             "OCI manager, extended edition " OMX_VERSION
+             OM_VERSION_TEXT
              "\n\tprogram=%s\n\tprocess=%ld\n\tlevel=%d\n\tOracle=%s, %s\n\tDravik=%s, %s",
              program, process, omx_trace_level, omx_libraries[omx_oracle].path, state[omx_oracle],
              omx_libraries[omx_dravik].path, state[omx_dravik]);
