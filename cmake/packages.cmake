@@ -4,6 +4,8 @@ set(CPACK_PACKAGE_NAME dkom)
 set(CPACK_PACKAGE_CONTACT "The developers of the OCI manager <root@localhost>" CACHE STRING
     "Maintainer of the packages, as Name <address>")
 set(CPACK_PACKAGE_VENDOR "The developers of the OCI manager")
+# Each package has a summary of its own.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_GENERATOR DEB)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
