@@ -136,12 +136,17 @@ void lob_changes::watch(const lob_cell &any_of_table)
     tables_.try_emplace({any_of_table.schema, any_of_table.table});
 }
 
-std::shared_ptr<lob> lob_changes::lock(const std::shared_ptr<connection> &on, std::uint64_t transaction,
-                                       std::uint64_t read_at, const lob_cell &cell,
-                                       std::shared_ptr<lob> fresh)
+void lob_changes::lock(const std::shared_ptr<connection> &on, std::uint64_t transaction,
+                       std::uint64_t read_at, const lob_cell &cell, lob_locator &locator)
 {
-    if (transaction != transaction_ || has_left(cell, read_at))
-        return fresh;
+    const std::scoped_lock guard(locator.mutex);
+    if (locator.target && transaction == transaction_ && !has_left(cell, read_at))
+        locator.target = shared_value(on, read_at, cell, std::move(locator.target));
+}
+
+std::shared_ptr<lob> lob_changes::shared_value(const std::shared_ptr<connection> &on, std::uint64_t read_at,
+                                               const lob_cell &cell, std::shared_ptr<lob> fresh)
+{
     std::weak_ptr<lob> &known = locked_[cell];
     if (auto shared = known.lock(); shared && shared->is_text == fresh->is_text) {
         const std::scoped_lock guard(shared->mutex);

@@ -20,6 +20,7 @@ namespace sqlite_oci
 {
 
 struct lob;
+struct lob_locator;
 
 // A column of a row.
 struct lob_cell {
@@ -48,11 +49,12 @@ public:
     // From now on, what SQL does to the rows of a table is noted until the transaction ends.
     void watch(const lob_cell &any_of_table);
 
-    // All locators of a cell that the transaction has locked share one value: `fresh`, as it was read at a
-    // moment, or what an earlier locator has made of it. A cell that a transaction locked that is over, or
-    // whose row was deleted since, is locked no more.
-    std::shared_ptr<lob> lock(const std::shared_ptr<connection> &on, std::uint64_t transaction,
-                              std::uint64_t read_at, const lob_cell &cell, std::shared_ptr<lob> fresh);
+    // Makes a locator stand for a cell itself, whose value it has as it was read at a moment. All locators of
+    // a cell that the transaction has locked share one value: this one, or what an earlier locator has made
+    // of it. A cell that a transaction locked that is over, or whose row was deleted since, is locked no
+    // more.
+    void lock(const std::shared_ptr<connection> &on, std::uint64_t transaction, std::uint64_t read_at,
+              const lob_cell &cell, lob_locator &locator);
 
     // --- These need the LOB's mutex, too.
 
@@ -85,6 +87,8 @@ private:
 
     static void note_change(void *self, sqlite3 *db, int operation, const char *schema, const char *table,
                             sqlite3_int64 old_row, sqlite3_int64 new_row);
+    std::shared_ptr<lob> shared_value(const std::shared_ptr<connection> &on, std::uint64_t read_at,
+                                      const lob_cell &cell, std::shared_ptr<lob> fresh);
     void write(lob &target);
     table_log *log_of(std::string_view schema, std::string_view table);
     const table_log *log_of(const lob_cell &cell) const;

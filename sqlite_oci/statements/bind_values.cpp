@@ -126,6 +126,8 @@ void statement::store_outputs(sqlite3_stmt *from, const sql::translated_step &st
     for (const sql::output &one : step.outputs)
         are_numbers.push_back(one.column.type.type == SQLT_NUM);
     fetched.append(from, static_cast<int>(step.outputs.size()), are_numbers);
+    const std::shared_ptr<connection> on = compiled_.on();
+    const std::uint64_t read_at = step.lob_table.empty() ? 0 : lobs_of(*on).moment();
     row_store::reader reader(fetched, 0, step.outputs.size());
     reader.next_row();
     for (const sql::output &one : step.outputs) {
@@ -138,15 +140,23 @@ void statement::store_outputs(sqlite3_stmt *from, const sql::translated_step &st
         fetch_outcome outcome;
         const declared_type &type = one.column.type;
         const value shown_value = has_own_text(type, formats_) ? shown_in(given, type, *to) : given;
+        lob_locator *locator = nullptr;
         if (to->is_dynamic) {
-            to->give(shown_value, row, outcome);
+            locator = to->give(shown_value, row, outcome);
         } else {
             define target(*this);
             target.describe(to->array);
             target.store(shown_value, row, outcome);
+            locator = target.locator_at(row);
         }
         if (outcome.error.code)
             throw failure{outcome.error};
+        // A row that the statement has changed is locked by its transaction.
+        if (locator && !one.lob_column.empty())
+            lobs_of(*on).lock(on, lobs_of(*on).transaction(), read_at,
+                              {"main", step.lob_table, one.lob_column,
+                               sqlite3_column_int64(from, static_cast<int>(step.outputs.size()))},
+                              *locator);
     }
 }
 

@@ -38,6 +38,7 @@ public:
     void leave_other(const connection &than);
 
     const sql::translation &translated() const { return translation_; }
+    const std::shared_ptr<connection> &on() const { return on_; }
 
     // A step's statement, compiled when it is first asked for: it may need what steps before it make. Needs
     // the connection's mutex.

@@ -173,7 +173,7 @@ void define::give(const value &fetched, std::size_t row, fetch_outcome &outcome)
 }
 
 // As a define gives a fetched value, to the only row that a statement has for its variables.
-void bind::give(const value &given_value, std::size_t row, fetch_outcome &outcome)
+lob_locator *bind::give(const value &given_value, std::size_t row, fetch_outcome &outcome)
 {
     if (!out_callback_)
         fail(3001,
@@ -194,6 +194,7 @@ void bind::give(const value &given_value, std::size_t row, fetch_outcome &outcom
                                                           index, buffer, length, piece, indicator, code);
                         });
     target.store(given_value, 0, outcome);
+    return target.locator_at(0);
 }
 
 std::string define::bytes_of(const value &fetched, fetch_outcome &outcome) const

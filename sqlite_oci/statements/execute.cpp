@@ -275,6 +275,8 @@ void statement::run_step(connection &on, std::size_t index, std::size_t row)
         return on.commit();
     if (translated.rolls_back)
         return on.rollback();
+    if (!translated.lob_table.empty())
+        lobs_of(on).watch({"main", translated.lob_table, "", 0});
     sqlite3_stmt *const running = compiled_.step(index);
     const run_end end{running};
     bind_row(running, row);

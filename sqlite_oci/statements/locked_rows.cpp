@@ -65,12 +65,9 @@ void locked_rows::lock(lob_locator &locator, std::size_t row, std::size_t column
     const auto on = on_.lock();
     if (!on || row >= rows_.size() || column >= columns_.size() || !columns_[column])
         return;
-    const std::scoped_lock guard(locator.mutex);
-    if (!locator.target)
-        return;
     lob_cell cell = *columns_[column];
     cell.row = rows_[row];
-    locator.target = lobs_of(*on).lock(on, transaction_, read_at_, cell, std::move(locator.target));
+    lobs_of(*on).lock(on, transaction_, read_at_, cell, locator);
 }
 
 } // namespace sqlite_oci

@@ -110,15 +110,15 @@ struct bind final : variable {
         out_callback_ = callback;
     }
 
-    // Gives a value of a statement to the program's callback.
-    void give(const value &given, std::size_t row, fetch_outcome &outcome);
+    // Gives a value of a statement to the program's callback. Returns the locator that it went into, or null.
+    lob_locator *give(const value &given, std::size_t row, fetch_outcome &outcome);
 
     // Whether there may be no value to read, unless the statement asks for it.
     bool may_be_empty() const { return is_dynamic || is_descriptor(array.host.type); }
 
     std::vector<std::size_t> placeholders; // those that have this bind
 
-    bool is_in_pieces() const override { return is_dynamic && !in_callback_; }
+    bool is_in_pieces() const override { return is_dynamic && !in_callback_ && !out_callback_; }
 
     // Takes what was given as the next piece of a row's value. Returns whether it was the last.
     bool take_piece(std::size_t row, bool is_first);

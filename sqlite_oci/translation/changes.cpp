@@ -196,16 +196,17 @@ void translator::run_delete(delete_statement &tree)
         "DELETE FROM " + quoted_name(table.engine_name) + " AS " + quoted_name(in.sources[0].alias);
     sql += change_condition(tree.where.get(), in, table);
     translated_step &step = add_step("");
-    sql += returning_of(tree.returning, step);
+    sql += returning_of(tree.returning, step, false);
     step.sql = std::move(sql);
     scope_ = &outermost_;
 }
 
 // SQLite wants the columns of RETURNING without their table.
-std::string translator::returning_of(returning_clause &tree, translated_step &step)
+std::string translator::returning_of(returning_clause &tree, translated_step &step, bool row_stays)
 {
     if (tree.values.empty())
         return "";
+    const table_info &table = *scope_->sources[0].table;
     for (source_column &column : scope_->sources[0].columns)
         column.sql = column.sql.substr(column.sql.find("\".\"") + 2);
     scope_->forbids_groups = true;
@@ -215,9 +216,14 @@ std::string translator::returning_of(returning_clause &tree, translated_step &st
         if (value.kind() == family::row_id)
             value.sql = "oci_row_id_text(_rowid_)";
         step.outputs.push_back({tree.into[i], {"", value.type, value.is_nullable}});
+        if (row_stays && table.has_row_id && value.is_column &&
+            (value.kind() == family::clob || value.kind() == family::blob)) {
+            step.outputs.back().lob_column = table.find(tree.values[i]->text)->engine_name;
+            step.lob_table = table.engine_name;
+        }
         sql += (sql.empty() ? " RETURNING " : ", ") + value.sql;
     }
-    return sql;
+    return step.lob_table.empty() ? sql : sql + ", _rowid_";
 }
 
 // --- MERGE

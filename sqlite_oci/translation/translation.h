@@ -22,6 +22,7 @@ struct result_column {
 struct output {
     std::size_t placeholder;
     result_column column;
+    std::string lob_column{}; // of a LOB of the changed row: its column for SQLite
 };
 
 // One statement of SQLite. Placeholders are numbered by their occurrences in the text, from 1.
@@ -29,6 +30,7 @@ struct translated_step {
     std::string sql;
     std::string with_row_id; // of a query FOR UPDATE of one table: with the row's identity behind all columns
     std::vector<output> outputs; // by column of the rows
+    std::string lob_table;       // where the outputs' LOBs are; the row's number stands behind the outputs
     bool counts_rows = true;     // for the number of rows that the statement changed
     bool needs_row = false;      // SELECT ... INTO: no row, or two, is an error
     bool commits = false;        // instead of running SQL

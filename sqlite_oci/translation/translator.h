@@ -245,7 +245,7 @@ private:
     // --- Changes
     std::string assignments_of(std::vector<assignment> &set, const table_info &table, scope &in);
     typed_sql assigned(expression &tree, const column_info &column, const table_info &table);
-    std::string returning_of(returning_clause &tree, translated_step &step);
+    std::string returning_of(returning_clause &tree, translated_step &step, bool row_stays = true);
     std::string default_of(const column_info &column) const;
     std::string change_condition(expression *where, scope &in, const table_info &table);
     std::vector<const column_info *> insert_columns(const std::vector<name> &names, const table_info &table,

@@ -222,6 +222,21 @@ protected:
     }
 };
 
+// An out-callback's answer for one row: one of an array of locators.
+sb4 name_locator(void *locators, OCIBind *, ub4 row, ub4, void **buffer, ub4 **length, ub1 *piece,
+                 void **indicator, ub2 **code)
+{
+    static ub4 size;
+    static sb2 state;
+    static ub2 told;
+    *buffer = static_cast<OCILobLocator **>(locators)[row];
+    *length = &size;
+    *piece = OCI_ONE_PIECE;
+    *indicator = &state;
+    *code = &told;
+    return OCI_CONTINUE;
+}
+
 constexpr form plain_text{true, true, manner::direct, 0}, plain_bytes{false, true, manner::direct, 0};
 
 // Fills an empty value, overwrites its middle and adds behind its end; then reads all and a part.
@@ -409,6 +424,50 @@ TEST_F(lob, writes_are_part_of_the_transaction)
     EXPECT_TRUE(db.fails(stream_to_again(OCI_LAST_PIECE), 22920));
     EXPECT_EQ(read(plain_text, again, 1, 100), "start-one-two");
     EXPECT_EQ(db.ask(query), "start-one-two");
+}
+
+// An array of rows, with the locators in the program's variables or named by a callback.
+TEST_F(lob, returned_locators_are_written_with)
+{
+    const connected_client other;
+    for (const bool by_callback : {false, true}) {
+        OCILobLocator *const made[] = {locator(), locator()};
+        const prepared insert(db,
+                              "INSERT INTO t VALUES (:id, EMPTY_CLOB(), EMPTY_BLOB()) RETURNING c INTO :c");
+        sb4 ids[] = {by_callback ? 110 : 10, by_callback ? 120 : 20};
+        ASSERT_EQ(insert.bind("id", ids, sizeof *ids, SQLT_INT), OCI_SUCCESS);
+        OCILobLocator *bound[] = {made[0], made[1]};
+        ASSERT_EQ(insert.bind("c", by_callback ? nullptr : bound, sizeof *bound, SQLT_CLOB, nullptr, nullptr,
+                              by_callback ? OCI_DATA_AT_EXEC : OCI_DEFAULT),
+                  OCI_SUCCESS);
+        if (by_callback) {
+            ASSERT_TRUE(db.succeeds(
+                OCIBindDynamic(insert.last_bind, db.errors, nullptr, nullptr, bound, name_locator)));
+        }
+        ASSERT_TRUE(db.succeeds(insert.execute(2)));
+        write(plain_text, made[0], 1, "first");
+        write(plain_text, made[1], 1, "second");
+        ASSERT_EQ(db.commit(), OCI_SUCCESS);
+        EXPECT_EQ(other.ask("SELECT c FROM t WHERE id = " + std::to_string(ids[0])), "first");
+        EXPECT_EQ(other.ask("SELECT c FROM t WHERE id = " + std::to_string(ids[1])), "second");
+
+        OCILobLocator *changed = locator(), *removed = locator();
+        const prepared update(
+            db, "BEGIN UPDATE t SET id = id + 1, b = '01' WHERE id = :id RETURNING b INTO :b; END;");
+        update.in("id", *ids, SQLT_INT).in("b", changed, SQLT_BLOB);
+        ASSERT_TRUE(db.succeeds(update.execute(1)));
+        write(plain_bytes, changed, 2, "xy");
+        EXPECT_EQ(db.ask("SELECT b FROM t WHERE id = " + std::to_string(ids[0] + 1)), "017879");
+        const prepared remove(db, "DELETE FROM t WHERE id = :id RETURNING c INTO :c");
+        remove.in("id", ids[1], SQLT_INT).in("c", removed, SQLT_CLOB);
+        ASSERT_TRUE(db.succeeds(remove.execute(1)));
+        EXPECT_EQ(read(plain_text, removed, 1, 100), "second");
+        ub4 amount = 1;
+        for (OCILobLocator *const over : {removed, made[0]})
+            EXPECT_TRUE(db.fails(OCILobWrite(db.service, db.errors, over, &amount, 1, bound, 1, OCI_ONE_PIECE,
+                                             nullptr, nullptr, 0, SQLCS_IMPLICIT),
+                                 22920));
+    }
 }
 
 TEST_F(lob, whole_values_are_copied_and_cut)
