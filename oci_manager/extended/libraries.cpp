@@ -1,10 +1,10 @@
 #include "libraries.h"
 
-#include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
+#include "../oci_manager/backend_files.h"
 #include "trace_log.h"
 
 omx_call_table omx_calls;
@@ -20,15 +20,6 @@ const char *const entry_point_names[] = {
 };
 static_assert(sizeof(omx_call_table) == OCI_ENTRY_POINT_COUNT * omx_backend_count * sizeof(void *));
 
-struct library_source {
-    const char *variable; /* of the environment: the directory */
-    const char *file;
-};
-constexpr library_source sources[omx_backend_count] = {
-    {"DKOM_ORA_LIB_PATH", "libclntsh.so"},
-    {"DKOM_DRK_LIB_PATH", "libdkoci.so"},
-};
-
 pthread_once_t once = PTHREAD_ONCE_INIT;
 ub1 loaded;
 
@@ -36,33 +27,22 @@ ub1 loaded;
  * A program that runs with the rights of another user loads no code from where its caller says: neither from
  * a directory of the environment nor from the working directory, but from the system's own places.
  */
-void name_library(const library_source &source, omx_library *into)
+void name_library(const om_backend_file &source, omx_library *into)
 {
     const char *directory = secure_getenv(source.variable);
     if (directory || getenv(source.variable) == directory)
-        snprintf(into->path, sizeof into->path, "%s/%s", directory ? directory : ".", source.file);
+        om_name_backend(source, directory, into->path);
     else
         snprintf(into->path, sizeof into->path, "%s", source.file);
-}
-
-/* Whether a library is this one, or the exact edition: calls would never end. */
-bool is_manager(void *library)
-{
-    Dl_info own;
-    Dl_info other;
-    void *entry = dlsym(library, "OCIEnvCreate");
-    return dlsym(library, "func_table_init_once") ||
-           (entry && dladdr(entry, &other) && dladdr((void *)&omx_calls, &own) &&
-            own.dli_fbase == other.dli_fbase);
 }
 
 void load_library(unsigned int backend)
 {
     omx_library *into = &omx_libraries[backend];
-    name_library(sources[backend], into);
+    name_library(om_backend_files[backend], into);
     into->dl = dlopen(into->path, RTLD_LAZY);
-    const char *reason = into->dl ? "it leads back to the OCI manager itself" : dlerror();
-    if (into->dl && is_manager(into->dl))
+    const char *reason = into->dl ? OM_LEADS_BACK : dlerror();
+    if (into->dl && om_leads_back(into->dl, &omx_calls))
         into->dl = nullptr;
     if (!into->dl) {
         snprintf(into->reason, sizeof into->reason, "%s", reason ? reason : "the loader gives no reason");
@@ -93,7 +73,7 @@ void load_all(void)
 
 const char *omx_backend_name(unsigned int backend)
 {
-    return backend == omx_oracle ? "Oracle" : "Dravik";
+    return om_backend_files[backend].maker;
 }
 
 ub1 omx_load(void)

@@ -4,6 +4,7 @@
 #ifndef OMX_LIBRARIES_H
 #define OMX_LIBRARIES_H
 
+#include "../oci_manager/backend_files.h"
 #include "../oci_manager/backends.h"
 #include "handle.h"
 
@@ -16,9 +17,9 @@ struct omx_call_table {
 extern omx_call_table omx_calls __attribute__((visibility("hidden")));
 
 struct omx_library {
-    void *dl;         /* of the loader; never closed. Null: not loaded */
-    char path[1024];  /* what was opened */
-    char reason[512]; /* why that failed, in the loader's words */
+    void *dl;             /* of the loader; never closed. Null: not loaded */
+    om_backend_path path; /* what was opened */
+    char reason[512];     /* why that failed, in the loader's words */
 };
 extern omx_library omx_libraries[omx_backend_count] __attribute__((visibility("hidden")));
 

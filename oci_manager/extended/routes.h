@@ -1,21 +1,12 @@
 /*
  * Which backend a link goes to, or which is tried first.
- *
- * DKOM_ROUTES holds entries LINK=BACKEND..., separated by commas, as in "hr=dravik,*=oracle dravik". The
- * first entry that fits a link says which backends are tried and in which order. A `*` in LINK stands for any
- * text; letters are equal in both cases; an entry may hold commas between parentheses. Links that fit no
- * entry are tried at Oracle, then at Dravik.
  */
 #ifndef OMX_ROUTES_H
 #define OMX_ROUTES_H
 
+#include "route_table.h"
 #include "text.h"
 #include "written.h"
-
-struct omx_route {
-    ub1 count;
-    ub1 backend[omx_backend_count];
-};
 
 /**
  * The backends to try for a link, in order.

@@ -55,8 +55,8 @@ decoration decoration_of(int level)
 __attribute__((constructor)) void read_settings(void)
 {
     is_off = getauxval(AT_SECURE) != 0;
-    const char *path = secure_getenv("DKOM_LOG_PATH");
-    const char *level = secure_getenv("DKOM_LOG_LEVEL");
+    const char *path = secure_getenv(OM_LOG_PATH_VARIABLE);
+    const char *level = secure_getenv(OM_LOG_LEVEL_VARIABLE);
     snprintf(directory, sizeof directory, "%s", path ? path : ".");
     level_of_environment = is_off ? 0 : level ? (int)strtol(level, nullptr, 10) : OM_DEFAULT_LEVEL;
     omx_trace_level = level_of_environment;
@@ -66,11 +66,13 @@ __attribute__((constructor)) void read_settings(void)
  * Opens a file of this process in the directory. Null bytes, links, files with a second name, and files of
  * other users are refused: somebody else may have put them there.
  */
-int open_own_file(const char *suffix, int flags)
+int open_own_file(const char *name_format, int flags)
 {
+    char name[64];
     char path[longest_path];
-    snprintf(path, sizeof path, "%s/om_%ld.%s", directory, (long)syscall(SYS_getpid), suffix);
-    const int fd = raw_open(path, flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, 0600);
+    snprintf(name, sizeof name, name_format, (long)syscall(SYS_getpid));
+    snprintf(path, sizeof path, "%s/%s", directory, name);
+    const int fd = raw_open(path, flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, OMX_LOG_MODE);
     if (fd < 0)
         return fd;
     struct stat status;
@@ -83,7 +85,7 @@ int open_own_file(const char *suffix, int flags)
 
 void append(const char *bytes, size_t length)
 {
-    const int fd = open_own_file("log", O_WRONLY | O_CREAT | O_APPEND);
+    const int fd = open_own_file(OM_LOG_FILE_FORMAT, O_WRONLY | O_CREAT | O_APPEND);
     if (fd < 0)
         return;
     while (length > 0) {
@@ -130,8 +132,7 @@ void write_first_record(void)
                                                 : "not loaded yet";
     char message[OM_LONGEST_MESSAGE + 1];
     snprintf(message, sizeof message,
-             OM_VERSION_TEXT
-             "\n\tprogram=%s\n\tprocess=%ld\n\tlevel=%d\n\tOracle=%s, %s\n\tDravik=%s, %s",
+             OM_VERSION_TEXT "\n\tprogram=%s\n\tprocess=%ld\n\tlevel=%d\n\tOracle=%s, %s\n\tDravik=%s, %s",
              program, process, omx_trace_level, omx_libraries[omx_oracle].path, state[omx_oracle],
              omx_libraries[omx_dravik].path, state[omx_dravik]);
     write_message(OM_LOG_INFO, __FILE__, __LINE__, message);
@@ -148,7 +149,7 @@ void omx_look_at_control_file(void)
         return;
     const int saved_errno = errno;
     int level = level_of_environment;
-    const int fd = open_own_file("level", O_RDONLY);
+    const int fd = open_own_file(OM_CONTROL_FILE_FORMAT, O_RDONLY);
     if (fd >= 0) {
         char text[16] = "";
         if (syscall(SYS_read, fd, text, sizeof text - 1) > 0)

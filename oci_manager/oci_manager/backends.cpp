@@ -1,10 +1,10 @@
 #include "backends.h"
 
-#include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
+#include "backend_files.h"
 #include "fatal.h"
 
 oci_function_table_t ora_func_table;
@@ -27,15 +27,12 @@ enum entry_point : size_t {
 };
 
 /* What is said of a backend where it fails a program. */
-struct description {
+struct description : om_backend_file {
     const char *table;
-    const char *maker;
-    const char *variable;
-    const char *file;
 };
 
-constexpr description oracle_description = {"ora_func_table", "Oracle", "DKOM_ORA_LIB_PATH", "libclntsh.so"};
-constexpr description dravik_description = {"dk_func_table", "Dravik", "DKOM_DRK_LIB_PATH", "libdkoci.so"};
+constexpr description oracle_description = {om_backend_files[0], "ora_func_table"};
+constexpr description dravik_description = {om_backend_files[1], "dk_func_table"};
 
 [[noreturn]] void stop_for_missing(const description &backend, const char *name)
 {
@@ -68,30 +65,17 @@ constexpr stand_in_function *stand_ins[] = {
 #undef OM_STAND_IN
 };
 
-constexpr size_t path_size = 1024;
-
-/* Whether a library is this one or stands for the same: a backend path that leads back here never ends. */
-bool is_manager(void *library)
-{
-    Dl_info own;
-    Dl_info other;
-    void *entry = dlsym(library, "OCIEnvCreate");
-    return dlsym(library, "func_table_init_once") ||
-           (entry && dladdr(entry, &other) && dladdr((void *)&ora_func_table, &own) &&
-            own.dli_fbase == other.dli_fbase);
-}
-
 /*
  * Opens a backend in the directory that its environment variable names, or in the working directory. Null: it
  * cannot be opened, and the loader's reason stands on the standard error stream.
  */
-void *open_backend(const description &backend, char (&path)[path_size])
+void *open_backend(const description &backend, om_backend_path &path)
 {
     const char *directory = getenv(backend.variable);
-    snprintf(path, path_size, "%s/%s", directory ? directory : ".", backend.file);
+    om_name_backend(backend, directory, path);
     void *library = dlopen(path, RTLD_LAZY);
-    const char *reason = library ? "it leads back to the OCI manager itself" : dlerror();
-    if (library && !is_manager(library))
+    const char *reason = library ? OM_LEADS_BACK : dlerror();
+    if (library && !om_leads_back(library, &ora_func_table))
         return library;
     fprintf(stderr,
             "libdkom.so: cannot open %s's client library %s: %s\n"
@@ -132,7 +116,7 @@ void func_table_initialize(void)
     memset(&ora_func_table, 0, sizeof ora_func_table);
     memset(&dk_func_table, 0, sizeof dk_func_table);
 
-    char path[path_size];
+    om_backend_path path;
     ora_func_table.oci_dl = open_backend(oracle_description, path);
     if (!ora_func_table.oci_dl) {
         writeLog(OM_LOG_ASSERT, __FILE__, __LINE__, "dlopen Oracle Fail: dl_path=%s", path);

@@ -107,7 +107,7 @@ void append_to_file(const char *record, size_t length)
     char path[1024];
     if (snprintf(path, sizeof path, "%s/%s/%s", thread->cLogRoot, thread->cLogDate, thread->cLogFileName) < 0)
         return;
-    const int fd = raw_open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    const int fd = raw_open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, OM_LOG_MODE);
     if (fd < 0)
         return;
     while (length > 0) {
@@ -128,12 +128,12 @@ extern "C" {
 
 void initLog(void)
 {
-    const char *path = getenv("DKOM_LOG_PATH");
+    const char *path = getenv(OM_LOG_PATH_VARIABLE);
     if (!path)
         path = ".";
     om_thread_t *thread = this_thread();
     memcpy(thread->cLogRoot, path, strnlen(path, sizeof thread->cLogRoot - 1));
-    snprintf(thread->cLogFileName, sizeof thread->cLogFileName, "om_%ld.log", (long)getpid());
+    snprintf(thread->cLogFileName, sizeof thread->cLogFileName, OM_LOG_FILE_FORMAT, (long)getpid());
     thread->cLogInit = 1;
 }
 
@@ -165,7 +165,7 @@ void trace_reread_level(unsigned int now)
     if (thread->lStandardSec >= now)
         return;
     const int saved_errno = errno;
-    const char *level = getenv("DKOM_LOG_LEVEL");
+    const char *level = getenv(OM_LOG_LEVEL_VARIABLE);
     thread->LOG_LVL = level ? (int)strtol(level, nullptr, 10) : OM_DEFAULT_LEVEL;
     thread->lStandardSec = now + level_lifetime;
     errno = saved_errno;

@@ -9,16 +9,7 @@
 
 #include "readable.h"
 #include "thread_state.h"
-
-/* Record levels. A record is written when its level is at most LOG_LVL. */
-#define OM_LOG_ASSERT 10 /* the reason of a fatal stop */
-#define OM_LOG_ERROR 20  /* a failed call, a lookup that found nothing */
-#define OM_LOG_INFO 30   /* arguments, results, routing, insertions */
-#define OM_LOG_DEBUG 40  /* lookups and intermediate results */
-#define OM_LOG_LIST 45   /* a row of a handle table dump */
-#define OM_LOG_TRACE 50  /* entry of an exported call */
-
-#define OM_DEFAULT_LEVEL OM_LOG_ASSERT
+#include "trace_settings.h"
 
 extern "C" {
 
