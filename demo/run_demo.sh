@@ -38,7 +38,7 @@ show() {
     for word in "$@"; do
         case $word in
         *\'*) printf ' "%s"' "$word" ;;
-        *[!A-Za-z0-9_=./-]*) printf " '%s'" "$word" ;;
+        *[!A-Za-z0-9_=./@-]*) printf " '%s'" "$word" ;;
         *) printf ' %s' "$word" ;;
         esac
     done
@@ -46,10 +46,10 @@ show() {
     "$@"
 }
 
-dkomsql() { "$build/bin/dkomsql" "$@"; }
-daily() { "$build/bin/daily" "$@"; }
+PATH=$build/bin:$PATH
 
-for file in bin/dkomsql bin/daily lib/libdkom.so lib/sqlite/libclntsh.so lib/sqlite/libdkoci.so; do
+for file in bin/dkomsql-exact bin/dkomsql bin/daily lib/libdkom.so lib/libdkomx.so \
+    lib/sqlite/libclntsh.so lib/sqlite/libdkoci.so; do
     [ -e "$build/$file" ] || fail "$build/$file is missing; build the project first"
 done
 for file in PropertyValueAliases.txt Blocks.txt UnicodeData.txt; do
@@ -64,14 +64,14 @@ export SQLITE_OCI_CLNTSH_DIR="$work/oracle" SQLITE_OCI_DKOCI_DIR="$work/dravik"
 export DKOM_LOG_PATH="$work/trace" DKOM_LOG_LEVEL=10
 
 heading 'Two databases, one program'
-say 'dkomsql is an ordinary OCI program, linked with libdkom.so. Behind libdkom.so stand two client' \
+say 'dkomsql-exact is an ordinary OCI program, linked with libdkom.so. Behind libdkom.so stand two client' \
     'libraries: libclntsh.so (Oracle) and libdkoci.so (Dravik); here both are built over SQLite.' \
     'The database "east" is known to the Oracle library alone, "west" to the Dravik library alone.' \
     'The program names a database and never says which library is to serve it.' ''
 : >"$work/oracle/east.db"
 : >"$work/dravik/west.db"
 for link in east west; do
-    show dkomsql "$link" --status | sed -n '1p;/^Link/p;/^Served by/p'
+    show dkomsql-exact "$link" --status | sed -n '1p;/^Link/p;/^Served by/p'
 done
 
 heading 'Real data'
@@ -93,15 +93,15 @@ CREATE TABLE glyph (code INTEGER PRIMARY KEY, name VARCHAR2(120) NOT NULL,
 SQL
 cd "$work"
 for link in east west; do
-    dkomsql "$link" -f tables.sql >/dev/null || fail "the tables of $link cannot be made"
-    show dkomsql "$link" -e '\copy category.csv category' -e '\copy block.csv block' -e '\copy glyph.csv glyph' ||
+    dkomsql-exact "$link" -f tables.sql >/dev/null || fail "the tables of $link cannot be made"
+    show dkomsql-exact "$link" -e '\copy category.csv category' -e '\copy block.csv block' -e '\copy glyph.csv glyph' ||
         fail "the data cannot be loaded into $link"
 done
 
 for table in category block glyph; do
     expected=$(($(wc -l <"$table.csv")))
     for link in east west; do
-        count=$(dkomsql "$link" --format csv --no-header -e "SELECT count(*) FROM $table")
+        count=$(dkomsql-exact "$link" --format csv --no-header -e "SELECT count(*) FROM $table")
         [ "$count" = "$expected" ] || fail "$link has $count rows in $table where $expected were loaded"
     done
 done
@@ -118,23 +118,23 @@ query="SELECT b.name, s.glyphs, s.kinds, to_char(f.code, 'FM0XXXX') AS code, f.n
  FETCH FIRST 8 ROWS ONLY"
 say 'Blocks with their number of characters and of categories, code and name of their first character:' ''
 for link in east west; do
-    show dkomsql "$link" --bind 'kind=%Symbols%' -e "$query" || fail "the query failed on $link"
-    dkomsql "$link" -e '\status' | sed -n '/^Served by/p'
+    show dkomsql-exact "$link" --bind 'kind=%Symbols%' -e "$query" || fail "the query failed on $link"
+    dkomsql-exact "$link" -e '\status' | sed -n '/^Served by/p'
     say ''
-    dkomsql "$link" --format csv --no-header --bind 'kind=%Symbols%' -e "$query" >"rows.$link"
+    dkomsql-exact "$link" --format csv --no-header --bind 'kind=%Symbols%' -e "$query" >"rows.$link"
 done
 cmp -s rows.east rows.west || fail 'the two databases gave different answers'
 [ "$(wc -l <rows.east)" -eq 8 ] || fail 'the query did not give 8 rows'
 say 'All values are equal, byte by byte. Columns have names where the Oracle library serves the connection;' \
-    'on one that Dravik serves they cannot be described in this release.'
+    'on one that Dravik serves the exact edition does not describe them.'
 
 heading 'Large objects, numbers and dates'
 say "A second program, samples/daily.c, stores $unicode/UnicodeData.txt as a BLOB in \"east\"," \
     'piece by piece, and converts numbers and dates. Of its steps:' ''
 show daily east --keep --lob-file "$unicode/UnicodeData.txt" >daily.east || fail 'the sample program failed on east'
 sed -n '1p;/^\[describe\]/,/^\[transaction\]/{/^\[transaction\]/d;p;}' daily.east
-say 'dkomsql shows the beginning of the BLOB, and writes it back to a file:' ''
-show dkomsql east -e '\d daily_file' -e 'SELECT name, content FROM daily_file' \
+say 'dkomsql-exact shows the beginning of the BLOB, and writes it back to a file:' ''
+show dkomsql-exact east -e '\d daily_file' -e 'SELECT name, content FROM daily_file' \
     -e '\lob copy.txt SELECT content FROM daily_file' || fail 'the BLOB cannot be read'
 cmp "$unicode/UnicodeData.txt" copy.txt || fail 'the BLOB that was read is not the file that was stored'
 say 'The file that was written and the one that was stored are equal, byte by byte.' ''
@@ -151,7 +151,7 @@ for pair in east:oracle west:dravik; do
     link=${pair%:*}
     backend=${pair#*:}
     status=0
-    show dkomsql "$link" -e 'SELECT name FROM glyphs WHERE code = 9731' >"error.$link" 2>&1 || status=$?
+    show dkomsql-exact "$link" -e 'SELECT name FROM glyphs WHERE code = 9731' >"error.$link" 2>&1 || status=$?
     cat "error.$link"
     [ "$status" -eq 1 ] || fail "the wrong statement on $link ended with status $status"
     grep -q "^error \[$backend\]: ORA-00942" "error.$link" || fail "the error on $link was not reported by $backend"
@@ -159,7 +159,7 @@ done
 
 heading 'The trace of one call'
 say 'DKOM_LOG_LEVEL=50 writes every call to a file. How OCIServerAttach found out who serves "west":' ''
-DKOM_LOG_LEVEL=50 dkomsql west --no-header -e "SELECT name FROM glyph WHERE code = 9731" >snowman.txt
+DKOM_LOG_LEVEL=50 dkomsql-exact west --no-header -e "SELECT name FROM glyph WHERE code = 9731" >snowman.txt
 [ "$(cat snowman.txt)" = ' SNOWMAN' ] || fail 'the traced query gave a wrong answer'
 set -- "$work"/trace/om_*.log
 [ -r "$1" ] || fail 'no trace was written'
@@ -179,5 +179,14 @@ say '' \
     'a call, INFO its arguments, its choices and its result, ERROR a failure. Here: the Oracle library' \
     'was asked first and refused (ORA-12154), then Dravik accepted; from now on "west" is Dravik'"'"'s.' \
     "The whole trace: $1"
+
+heading 'The extended edition'
+say 'dkomsql is the same program on libdkomx.so, which describes columns on both databases and takes user names.' \
+    'The password comes from a variable here; at a terminal it is asked for:' ''
+export DKOMSQL_PASSWORD=tiger
+show dkomsql scott@west -e '\d glyph' -e 'SELECT user, name FROM glyph WHERE code = 9731' >extended.txt ||
+    fail 'the extended edition failed on west'
+cat extended.txt
+grep -q '^ SCOTT | SNOWMAN' extended.txt || fail 'the extended edition gave a wrong answer'
 
 printf '\n%sThe demo succeeded: two databases, two client libraries, one program.%s\n' "$good" "$plain"

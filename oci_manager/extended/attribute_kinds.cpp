@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <dkom.h>
+
 namespace
 {
 
@@ -22,6 +24,8 @@ constexpr attribute_value_kind of_service(ub4 attr_type)
         return handle_value(OCI_HTYPE_SESSION);
     case OCI_ATTR_TRANS:
         return handle_value(OCI_HTYPE_TRANS);
+    case DKOM_ATTR_BACKEND:
+        return {attribute_kind::chosen, 0};
     default:
         return plain_value;
     }
@@ -56,6 +60,8 @@ constexpr attribute_value_kind of_server(ub4 attr_type)
     switch (attr_type) {
     case OCI_ATTR_FOCBK:
         return {attribute_kind::failover, 0};
+    case DKOM_ATTR_BACKEND:
+        return {attribute_kind::chosen, 0};
     case OCI_ATTR_INTERNAL_NAME:
     case OCI_ATTR_EXTERNAL_NAME:
     case OCI_ATTR_SERVER_GROUP:

@@ -18,6 +18,7 @@ enum class attribute_kind : ub1 {
     notify_ctx, /* its context */
     event,      /* OCIEventCallback */
     event_ctx,  /* its context */
+    chosen,     /* DKOM_ATTR_BACKEND, the manager's own */
 };
 
 struct attribute_value_kind {

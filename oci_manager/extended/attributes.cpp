@@ -6,6 +6,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <dkom.h>
+
 #include "attribute_kinds.h"
 #include "callbacks.h"
 #include "connection.h"
@@ -250,12 +252,26 @@ sword get_special(omx_handle *h, unsigned int backend, ub4 type, void *attribute
     }
 }
 
+/* Who serves a connection, with no backend asked. */
+sword get_chosen(const omx_handle *h, void *attributep, ub4 *sizep)
+{
+    if (attributep)
+        *(ub1 *)attributep = h->targets == omx_bit(omx_oracle)   ? DKOM_BACKEND_ORACLE
+                             : h->targets == omx_bit(omx_dravik) ? DKOM_BACKEND_DRAVIK
+                                                                 : DKOM_BACKEND_NONE;
+    if (sizep)
+        *sizep = sizeof(ub1);
+    return OCI_SUCCESS;
+}
+
 /* Gets an attribute that is more than a value of a fixed size. */
 __attribute__((noinline)) sword get_special_attribute(omx_handle *h, unsigned int backend, ub4 type,
                                                       void *attributep, ub4 *sizep, ub4 attrtype,
                                                       omx_handle *errh)
 {
     const attribute_value_kind kind = omx_attribute_kind_of(type, attrtype);
+    if (kind.kind == attribute_kind::chosen)
+        return get_chosen(h, attributep, sizep);
     const bool is_own_text =
         kind.kind == attribute_kind::text && (backend == omx_oracle || !omx_environment_of(h)->is_utf16);
     const sword rc = is_own_text ? omx_calls.OCIAttrGet[backend](h->backend[backend], type, attributep, sizep,

@@ -78,7 +78,13 @@ TEST_P(Copy, rejects_name_line_and_reason)
 TEST_P(Copy, stops_when_going_on_makes_no_sense)
 {
     write_file("in.csv", "1,a,x\n1,b,x\n1,c,x\n1,d,x\n2,e,x\n");
-    EXPECT_TRUE(copy("in.csv t rejects 1").says(1, "error: the load was stopped: more than 1 rows rejected"));
+    // A load is whole or not at all, unless it is to be committed as it goes on.
+    EXPECT_TRUE(
+        copy("in.csv t rejects 1")
+            .says(1, "error: the load was stopped: more than 1 rows rejected\nno row is committed, 1 row "
+                     "rolled back\n"));
+    EXPECT_EQ(content(), "");
+    EXPECT_TRUE(copy("in.csv t rejects 1 commit 1").says(1, "rows rejected\n1 row is committed\n"));
     EXPECT_EQ(content(), "1,a,x\n");
 
     const Outcome no_table = copy("in.csv nowhere");

@@ -102,7 +102,7 @@ private:
 class Interactive : public BothBackends
 {
 protected:
-    Terminal start() { return {directory().string(), {DKOMSQL_PROGRAM, link()}, environment()}; }
+    Terminal start() { return {directory().string(), {program(), link()}, environment()}; }
     std::string prompt() const { return link() + " [" + backend() + "]> "; }
 };
 RUN_ON_BOTH_BACKENDS(Interactive);

@@ -42,8 +42,7 @@ TEST_P(Queries, formats)
         // Only one of the connections tells the names of columns.
         std::string expected = out;
         for (std::size_t at = 0; (at = expected.find('@', at)) != std::string::npos;)
-            expected.replace(at, 2, 1,
-                             static_cast<char>(expected[at + 1] + (backend() == "oracle" ? 'A' - '1' : 0)));
+            expected.replace(at, 2, 1, static_cast<char>(expected[at + 1] + (describes() ? 'A' - '1' : 0)));
         EXPECT_EQ(output_of(arguments), expected);
     }
 }
@@ -211,31 +210,42 @@ constexpr const char *kinds_table =
     "picture blob);\n"
     "create view prices as select id, price from kinds;\n";
 
-TEST_F(Commands, describe)
+class Described : public BothBackends
 {
-    output_of({"world", "-e", kinds_table});
-    EXPECT_EQ(output_of({"world", "-e", "\\d kinds"}),
+protected:
+    void SetUp() override
+    {
+        if (!describes())
+            GTEST_SKIP() << "the exact edition does not describe on a Dravik connection";
+    }
+};
+RUN_ON_BOTH_BACKENDS(Described);
+
+TEST_P(Described, tables_and_columns)
+{
+    output_of({link(), "-e", kinds_table});
+    EXPECT_EQ(output_of({link(), "-e", "\\d kinds"}),
               "Table kinds\n column  | type         | nullable\n---------+--------------+----------\n"
               " ID      | NUMBER(8)    | no\n PRICE   | NUMBER(12,2) | yes\n"
               " NAME    | VARCHAR2(20) | yes\n DAY     | DATE         | yes\n"
               " NOTE    | CLOB         | yes\n PICTURE | BLOB         | yes\n(6 rows)\n");
-    EXPECT_TRUE(output_of({"world", "-e", "\\d Prices"}).starts_with("View Prices\n column | type "));
-    EXPECT_EQ(output_of({"world", "--no-header", "--format", "csv", "-e", "\\d prices"}),
+    EXPECT_TRUE(output_of({link(), "-e", "\\d Prices"}).starts_with("View Prices\n column | type "));
+    EXPECT_EQ(output_of({link(), "--no-header", "--format", "csv", "-e", "\\d prices"}),
               "ID,NUMBER(8),no\nPRICE,\"NUMBER(12,2)\",yes\n");
-    EXPECT_EQ(output_of({"world", "--types", "-e", "select id, name from kinds"}),
+    EXPECT_EQ(output_of({link(), "--types", "-e", "select id, name from kinds"}),
               " ID        | NAME\n NUMBER(8) | VARCHAR2(20)\n-----------+--------------\n(0 rows)\n");
-    EXPECT_EQ(output_of({"world", "--format", "json", "-e",
+    EXPECT_EQ(output_of({link(), "--format", "json", "-e",
                          "insert into kinds(id) values(1); select id, id, id + 1 as id_2 from kinds"}),
               "[\n{\"ID\":\"1\",\"ID_2\":\"1\",\"ID_2_2\":\"2\"}\n]\n");
 }
 
-TEST_F(Commands, large_objects)
+TEST_P(Described, large_objects)
 {
     std::string text; // as long as the database makes it, and longer
     for (int line = 1; text.size() < 5000; line++)
         text += "Zeile " + std::to_string(line) + ": Übergröße €\n";
     output_of(
-        {"world", "-e",
+        {link(), "-e",
          std::string(kinds_table) +
              "insert into kinds(id, note) values(1, (with recursive n(i, t) as (select 1, '' union all "
              "select i + 1, t || 'Zeile ' || i || ': Übergröße €' || char(10) from n where nvl(length(t), 0) < 3000) "
@@ -243,38 +253,37 @@ TEST_F(Commands, large_objects)
              "insert into kinds(id, note, picture) values(2, 'short', x'00ff10');"
              "insert into kinds(id, picture) values(3, hextoraw(replace(hex(zeroblob(30000)), '00', '30313233343536373839')));"
              "insert into kinds(id, note) values(4, '')"});
-    const std::string length = rows_of("world", "select length(note) from kinds where id = 1");
+    const std::string length = rows_of(link(), "select length(note) from kinds where id = 1");
     const Outcome rows =
-        run({"world", "--no-header", "-e", "select id, note, picture from kinds order by id"});
+        run({link(), "--no-header", "-e", "select id, note, picture from kinds order by id"});
     for (const std::string &part : {std::string(" 1 | Zeile 1: Übergröße €"), std::string(" | short "),
                                     "… (" + length.substr(0, length.size() - 1) + " characters)",
-                                    std::string(" | 00ff10\n"), std::string("… (300000 bytes)\n")})
+                                    std::string(" | 00FF10\n"), std::string("… (300000 bytes)\n")})
         EXPECT_TRUE(rows.says(0, part));
 
-    output_of({"world", "-b", "i=1", "-e", "\\lob note.txt select note from kinds where id = :i"});
+    output_of({link(), "-b", "i=1", "-e", "\\lob note.txt select note from kinds where id = :i"});
     const std::string written = read_file("note.txt");
     EXPECT_EQ(written, text.substr(0, written.size()));
     const auto starts_character = [](char byte) { return (byte & 0xc0) != 0x80; };
     EXPECT_EQ(std::to_string(std::count_if(written.begin(), written.end(), starts_character)) + "\n", length);
-    EXPECT_EQ(output_of({"world", "-e", "\\lob two.bin select picture from kinds where id = 2;"}),
+    EXPECT_EQ(output_of({link(), "-e", "\\lob two.bin select picture from kinds where id = 2;"}),
               "3 bytes written to two.bin.\n");
     EXPECT_EQ(read_file("two.bin"), std::string("\0\xff\x10", 3));
-    output_of({"world", "-e", "\\lob three.bin select picture from kinds where id = 3"});
+    output_of({link(), "-e", "\\lob three.bin select picture from kinds where id = 3"});
     std::string digits;
     while (digits.size() < 300000)
         digits += "0123456789";
     EXPECT_TRUE(read_file("three.bin") == digits);
 
-    const std::tuple<const char *, const char *, const char *> wrong[] = {
-        {"world", "select id from kinds where id = 1", "the first column, ID, is no CLOB or BLOB"},
-        {"world", "select note from kinds where id = 9", "the query has no row"},
-        {"world", "select note from kinds where id < 3", "the query has more than one row"},
-        {"world", "select picture from kinds where id = 1", "PICTURE is NULL"},
-        {"world", "delete from kinds", "this is no query"},
-        {"mars", "select 'x'", "\\lob needs LOB locators, which a Dravik connection does not have"},
+    const std::pair<const char *, const char *> wrong[] = {
+        {"select id from kinds where id = 1", "the first column, ID, is no CLOB or BLOB"},
+        {"select note from kinds where id = 9", "the query has no row"},
+        {"select note from kinds where id < 3", "the query has more than one row"},
+        {"select picture from kinds where id = 1", "PICTURE is NULL"},
+        {"delete from kinds", "this is no query"},
     };
-    for (const auto &[link, query, message] : wrong) {
-        EXPECT_TRUE(run({link, "-e", std::string("\\lob two.bin ") + query}).says(1, message));
+    for (const auto &[query, message] : wrong) {
+        EXPECT_TRUE(run({link(), "-e", std::string("\\lob two.bin ") + query}).says(1, message));
         EXPECT_EQ(read_file("two.bin").size(), 3U);
     }
     EXPECT_FALSE(std::filesystem::exists(directory() / "two.bin.part"));
@@ -306,7 +315,7 @@ TEST_F(Commands, wrong_ones_say_what_to_do)
         {"\\d nowhere", "ORA-04043"},
         {"\\lob file", "usage: \\lob FILE SELECT ..."},
         {"\\autocommit maybe", "\\autocommit takes on or off"},
-        {"\\copy x.csv", "usage: \\copy FILE TABLE [header] [delimiter C] [null TEXT] [rejects N]"},
+        {"\\copy x.csv", "usage: \\copy FILE TABLE[(COLUMN,...)] [header]"},
         {"\\copy x.csv t;drop", "'t;drop' is not the name of a table"},
         {"\\copy x.csv t delimiter ab", "\\copy: the delimiter has to be one character, or tab"},
         {"\\copy x.csv t rejects many", "\\copy: many is not a number of rows"},
@@ -316,8 +325,9 @@ TEST_F(Commands, wrong_ones_say_what_to_do)
     };
     for (const auto &[command, message] : cases)
         EXPECT_TRUE(run({"world", "-e", command}).says(1, message));
-    EXPECT_TRUE(run({"mars", "-e", "\\d t"})
-                    .ends(1, "error: a Dravik connection cannot be described in this release\n"));
+    for (const char *command : {"\\d t", "\\lob - select 1"})
+        EXPECT_TRUE(run_other(DKOMSQL_EXACT_PROGRAM, {"mars", "-e", command})
+                        .says(1, "dkomsql, which is built on the extended one"));
     const std::tuple<Arguments, int, const char *> arguments[] = {
         {{"--help"}, 0, "Examples:"},
         {{"--version"}, 0, "dkomsql "},
@@ -329,7 +339,7 @@ TEST_F(Commands, wrong_ones_say_what_to_do)
         {{"world", "--max-value", "0"}, 2, "--max-value"},
         {{"world", "--continue", "--stop-on-error"}, 2, "--continue"},
         {{"world", "-f", "missing.sql"}, 1, "cannot open missing.sql"},
-        {{"nowhere", "-e", "select 1"}, 3, "cannot connect to 'nowhere': ORA-12154"},
+        {{"nowhere", "-e", "select 1"}, 3, "/dravik/nowhere.db"},
         {{"world", "-e", "\\o /dev/full\nselect * from dual;"},
          1,
          "cannot write the output: No space left on device"},
@@ -338,30 +348,40 @@ TEST_F(Commands, wrong_ones_say_what_to_do)
         EXPECT_TRUE(run(words).says(status, message));
 }
 
-TEST_F(Commands, status_names_backend_and_libraries)
+TEST_P(Queries, status_names_backend_and_libraries)
 {
-    for (const auto &[link, backend] : {std::pair("world", "oracle"), std::pair("mars", "dravik")}) {
-        for (const Arguments &arguments : {Arguments{link, "--status"}, Arguments{link, "-e", "\\status"}}) {
-            const Outcome outcome = run(arguments);
-            for (const std::string &part :
-                 {std::string("Link             ") + link + "\n",
-                  std::string("Served by        ") + backend + "\n", std::string("/libdkom.so"),
-                  std::string(CLIENT_LIBRARY_DIR "/libclntsh.so"),
-                  std::string(CLIENT_LIBRARY_DIR "/libdkoci.so"),
-                  std::string("(always asked of the Oracle library)")})
-                EXPECT_TRUE(outcome.says(0, part));
-            EXPECT_EQ(outcome.err, "");
-        }
+    for (const Arguments &arguments : {Arguments{link(), "--status"}, Arguments{link(), "-e", "\\status"}}) {
+        const Outcome outcome = run(arguments);
+        for (const std::string &part :
+             {"Link             " + link() + "\n", "Served by        " + backend() + "\n",
+              std::string(GetParam().is_extended ? "/libdkomx.so" : "/libdkom.so"),
+              std::string(CLIENT_LIBRARY_DIR "/libclntsh.so"),
+              std::string(CLIENT_LIBRARY_DIR "/libdkoci.so")})
+            EXPECT_TRUE(outcome.says(0, part));
+        EXPECT_EQ(outcome.out.find("(always asked of the Oracle library)") == std::string::npos,
+                  GetParam().is_extended);
+        EXPECT_EQ(outcome.err, "");
     }
 }
 
-TEST_F(Commands, a_client_library_that_is_missing_is_named)
+/// The exact edition needs both libraries; the extended one makes do with one.
+TEST_P(Queries, a_client_library_that_is_missing_is_named)
 {
-    set_variable("DKOM_DRK_LIB_PATH=/nowhere");
-    const Outcome outcome = run({"world", "-e", "select 1"});
-    EXPECT_TRUE(outcome.ends(3, "dkomsql: cannot load Dravik's client library: /nowhere/libdkoci.so: "));
-    EXPECT_TRUE(
-        outcome.says(3, "set DKOM_DRK_LIB_PATH to the directory that holds libdkoci.so (now: /nowhere)"));
+    const std::string other = backend() == "oracle" ? "DRK" : "ORA";
+    set_variable("DKOM_" + other + "_LIB_PATH=/nowhere");
+    const Outcome outcome = run({link(), "--no-header", "-e", "select 1 from dual"});
+    if (GetParam().is_extended) {
+        EXPECT_TRUE(outcome.ends(0, ""));
+        EXPECT_EQ(outcome.out, " 1\n");
+        set_variable("DKOM_ORA_LIB_PATH=/nowhere");
+        set_variable("DKOM_DRK_LIB_PATH=/nowhere");
+        const Outcome none = run({link(), "-e", "select 1 from dual"});
+        EXPECT_TRUE(none.says(3, "/nowhere/libclntsh.so"));
+        EXPECT_TRUE(none.says(3, "/nowhere/libdkoci.so"));
+        return;
+    }
+    EXPECT_TRUE(outcome.says(3, "'s client library: /nowhere/lib"));
+    EXPECT_TRUE(outcome.says(3, "set DKOM_" + other + "_LIB_PATH to the directory that holds"));
 }
 
 } // namespace

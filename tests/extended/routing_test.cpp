@@ -1,6 +1,8 @@
 /*
  * Where a connection goes, what a refusal says, and what a program can ask afterwards.
  */
+#include <dkom.h>
+
 #include "recorded.h"
 
 namespace extended_tests
@@ -61,11 +63,14 @@ protected:
         for (const recording::call &c : calls())
             if (c.function == "OCIServerAttach")
                 tried += c.from == recording::oracle ? 'o' : 'd';
+        served = 9;
+        EXPECT_EQ(OCIAttrGet(srv, OCI_HTYPE_SERVER, &served, nullptr, DKOM_ATTR_BACKEND, err), OCI_SUCCESS);
         return tried;
     }
 
     OCIEnv *env = nullptr;
     OCIError *err = nullptr;
+    ub1 served = 0; // who serves the server that was attached last
 };
 
 TEST_F(ExtendedRouting, follows_the_table_of_routes)
@@ -92,9 +97,11 @@ TEST_F(ExtendedRouting, follows_the_table_of_routes)
     for (const auto &c : cases) {
         setenv("DKOM_ROUTES", c.routes, 1);
         EXPECT_EQ(attach(c.link), c.tried) << c.routes << " for " << c.link;
+        EXPECT_EQ(served, DKOM_BACKEND_DRAVIK);
     }
     setenv("DKOM_ROUTES", "*=oracle", 1);
     EXPECT_EQ(attach("hr", OCI_ERROR), "o");
+    EXPECT_EQ(served, DKOM_BACKEND_NONE);
 
     for (const char *wrong : {"hr", "hr=", "hr=mysql", "*=dravik,hr=oracle oracle", "=oracle"}) {
         setenv("DKOM_ROUTES", wrong, 1);

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -19,6 +20,7 @@
 #include "interrupt.h"
 #include "progress.h"
 #include "statement.h"
+#include "utf8.h"
 
 namespace dkomsql
 {
@@ -26,7 +28,7 @@ namespace dkomsql
 namespace
 {
 
-constexpr std::size_t batch_rows = 1000;
+constexpr std::size_t most_batch_rows = 1000;
 constexpr std::size_t batch_bytes = 32U << 20;
 
 /// Errors that are about the values of one row. After any other one the next rows would fail as well.
@@ -59,12 +61,34 @@ std::string sql_identifier(const std::string &name)
     return quoted + '"';
 }
 
+/// The bytes that hexadecimal digits stand for; nothing for other texts.
+std::optional<std::string> bytes_of(std::string_view digits)
+{
+    const auto value_of = [](char c) {
+        if (c >= '0' && c <= '9')
+            return c - '0';
+        const char lower = static_cast<char>(c | 0x20);
+        return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+    };
+    if (digits.size() % 2 != 0)
+        return std::nullopt;
+    std::string bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        const int high = value_of(digits[i]);
+        const int low = value_of(digits[i + 1]);
+        if (high < 0 || low < 0)
+            return std::nullopt;
+        bytes += static_cast<char>(high * 16 + low);
+    }
+    return bytes;
+}
+
 /// An insert statement with arrays for its values; the arrays grow with the values.
 class ArrayInsert
 {
 public:
-    ArrayInsert(const Session &session, std::string sql, std::size_t columns)
-        : session_(session), sql_(std::move(sql)), longest_(columns, 0)
+    ArrayInsert(const Session &session, std::string sql, std::vector<ValueArray::Kind> kinds)
+        : session_(session), sql_(std::move(sql)), kinds_(std::move(kinds)), longest_(kinds_.size(), 0)
     {
     }
 
@@ -81,7 +105,7 @@ public:
         rows_ = std::max(rows_, rows);
         for (std::size_t i = 0; i < longest_.size(); i++) {
             longest_[i] = std::max(longest_[i], std::bit_ceil(longest[i] + 1));
-            arrays_.push_back(std::make_unique<TextArray>(rows_, longest_[i]));
+            arrays_.push_back(std::make_unique<ValueArray>(kinds_[i], rows_, longest_[i]));
             statement_->bind(static_cast<ub4>(i + 1), *arrays_[i]);
         }
     }
@@ -96,9 +120,10 @@ public:
 private:
     const Session &session_;
     std::string sql_;
+    std::vector<ValueArray::Kind> kinds_;
     std::vector<std::size_t> longest_;
     std::size_t rows_ = 0;
-    std::vector<std::unique_ptr<TextArray>> arrays_;
+    std::vector<std::unique_ptr<ValueArray>> arrays_;
     std::unique_ptr<Statement> statement_;
 };
 
@@ -107,7 +132,10 @@ class CopyIn
 public:
     CopyIn(const Session &session, const CopyOptions &options, const RejectHandler &on_reject)
         : session_(session), options_(options), on_reject_(on_reject), file_(open(options.file)),
-          reader_(file_, options.delimiter), progress_(size_of(options.file), "rows")
+          in_(file_.is_open() ? static_cast<std::istream &>(file_) : std::cin),
+          reader_(in_, options.delimiter, options.end_marker), progress_(size_of(options.file), "rows"),
+          batch_rows_(options.commit_every > 0 ? std::min(options.commit_every, most_batch_rows)
+                                               : most_batch_rows)
     {
     }
 
@@ -121,11 +149,14 @@ public:
                 break;
             add(std::move(*record));
         }
+        if (interrupted())
+            result_.stopped = "interrupted";
         if (result_.stopped.empty())
             load_batch();
-        if (file_.bad())
+        if (in_.bad())
             result_.stopped = fmt::format("cannot read {}", options_.file);
         report_rejects();
+        end_transaction();
         result_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return result_;
     }
@@ -133,6 +164,8 @@ public:
 private:
     static std::ifstream open(const std::string &path)
     {
+        if (path == "-")
+            return {};
         if (std::filesystem::is_directory(path))
             throw std::runtime_error(fmt::format("{} is a directory", path));
         std::ifstream file(path, std::ios::binary);
@@ -157,11 +190,13 @@ private:
             throw std::runtime_error(fmt::format("{} has no header line", options_.file));
         if (!record->error.empty())
             throw std::runtime_error(fmt::format("{}: header line: {}", options_.file, record->error));
+        if (!options_.columns.empty())
+            return; // they say it better
         for (const std::optional<std::string> &name : record->fields) {
             if (!name || name->empty())
                 throw std::runtime_error(
                     fmt::format("{}: a column in the header line has no name", options_.file));
-            column_names_.push_back(*name);
+            column_names_.push_back(sql_identifier(*name));
         }
         prepare(column_names_.size());
     }
@@ -172,18 +207,35 @@ private:
         std::vector<std::string> values;
         for (std::size_t number = 1; number <= columns; number++)
             values.push_back(fmt::format(":v{}", number));
-        std::string names;
-        if (!column_names_.empty()) {
-            std::vector<std::string> quoted;
-            std::transform(column_names_.begin(), column_names_.end(), std::back_inserter(quoted),
-                           sql_identifier);
-            names = fmt::format(" ({})", fmt::join(quoted, ", "));
-        }
+        const std::string names =
+            column_names_.empty() ? "" : fmt::format(" ({})", fmt::join(column_names_, ", "));
+        kinds_ = kinds_of_columns();
         insert_ = std::make_unique<ArrayInsert>(
             session_,
             fmt::format("INSERT INTO {}{} VALUES ({})", options_.table, names, fmt::join(values, ", ")),
-            columns);
+            kinds_);
         longest_.assign(columns, 0);
+    }
+
+    /// What cannot be described is taken as text; why it cannot, the insert tells.
+    std::vector<ValueArray::Kind> kinds_of_columns() const
+    {
+        std::vector<ValueArray::Kind> kinds(columns_, ValueArray::Kind::text);
+        if (!can_describe(session_))
+            return kinds;
+        try {
+            const std::string names =
+                column_names_.empty() ? "*" : fmt::format("{}", fmt::join(column_names_, ", "));
+            const std::vector<ColumnDescription> described =
+                Statement(session_, fmt::format("SELECT {} FROM {}", names, options_.table)).describe();
+            for (std::size_t i = 0; i < std::min(kinds.size(), described.size()); i++) {
+                if (described[i].is_binary())
+                    kinds[i] = ValueArray::Kind::bytes;
+            }
+        } catch (const OciError &) {
+            return kinds;
+        }
+        return kinds;
     }
 
     void add(CsvRecord record)
@@ -191,6 +243,10 @@ private:
         if (interrupted()) {
             result_.stopped = "interrupted";
             return;
+        }
+        if (!insert_ && !options_.columns.empty()) {
+            column_names_ = options_.columns;
+            prepare(column_names_.size());
         }
         if (!insert_ && record.error.empty() && !record.blank)
             prepare(record.fields.size());
@@ -208,11 +264,13 @@ private:
                 field.reset();
             else if (options_.null_text && !field)
                 field = "";
-            longest_[i] = std::max(longest_[i], field.value_or("").size());
+            if (field && kinds_[i] == ValueArray::Kind::bytes)
+                field = bytes_of(*field);
+            longest_[i] = std::max(longest_[i], field ? field->size() : 0);
             row_bytes += std::bit_ceil(longest_[i] + 1) + 1;
         }
         batch_.push_back(std::move(record));
-        if (batch_.size() == batch_rows || batch_.size() * row_bytes > batch_bytes)
+        if (batch_.size() == batch_rows_ || batch_.size() * row_bytes > batch_bytes)
             load_batch();
     }
 
@@ -222,9 +280,16 @@ private:
             return record.error;
         if (record.fields.size() != columns_)
             return fmt::format("{} fields where {} are expected", record.fields.size(), columns_);
-        for (const std::optional<std::string> &field : record.fields) {
-            if (field && field->find('\0') != std::string::npos)
+        for (std::size_t i = 0; i < columns_; i++) {
+            const std::optional<std::string> &field = record.fields[i];
+            if (!field)
+                continue;
+            if (field->find('\0') != std::string::npos)
                 return "a field holds a zero byte";
+            if (takes_utf8() && malformed_at(*field))
+                return fmt::format("field {} is no valid UTF-8", i + 1);
+            if (kinds_[i] == ValueArray::Kind::bytes && field != options_.null_text && !bytes_of(*field))
+                return fmt::format("field {} is for bytes and does not consist of hexadecimal digits", i + 1);
         }
         return "";
     }
@@ -238,11 +303,11 @@ private:
             for (std::size_t column = 0; column < columns_; column++)
                 insert_->set(row, column, batch_[row].fields[column]);
         }
-        const std::size_t loaded_before = result_.loaded;
         for (std::size_t first = 0; first < batch_.size() && result_.stopped.empty();)
             first = load_rows(first);
-        if (options_.commit && result_.loaded > loaded_before)
-            session_.commit();
+        if (options_.autocommit && options_.commit_every > 0 &&
+            result_.loaded - result_.committed >= options_.commit_every)
+            commit();
         longest_.assign(columns_, 0);
         batch_.clear();
         report_rejects();
@@ -267,6 +332,26 @@ private:
         return failed + 1;
     }
 
+    void commit()
+    {
+        session_.commit();
+        result_.committed = result_.loaded;
+    }
+
+    /// Commits all rows of a load that came to its end, and undoes the open ones of another.
+    void end_transaction()
+    {
+        if (!options_.autocommit || result_.loaded == result_.committed)
+            return;
+        if (result_.stopped.empty()) {
+            commit();
+            return;
+        }
+        session_.rollback();
+        result_.undone = result_.loaded - result_.committed;
+        result_.loaded = result_.committed;
+    }
+
     void reject(std::size_t line, const std::string &reason)
     {
         result_.rejected++;
@@ -289,12 +374,15 @@ private:
     const Session &session_;
     const CopyOptions &options_;
     const RejectHandler &on_reject_;
-    std::ifstream file_;
+    std::ifstream file_; // not open: the standard input is read
+    std::istream &in_;
     CsvReader reader_;
     ProgressBar progress_;
+    std::size_t batch_rows_;
 
-    std::vector<std::string> column_names_;
+    std::vector<std::string> column_names_; // as they stand in SQL
     std::size_t columns_ = 0;
+    std::vector<ValueArray::Kind> kinds_;
     std::unique_ptr<ArrayInsert> insert_;
     std::vector<CsvRecord> batch_;
     std::vector<std::size_t> longest_;                         // longest value of the batch, a column

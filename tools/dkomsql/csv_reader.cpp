@@ -21,8 +21,9 @@ int nothing_is_blank(unsigned char)
 
 } // namespace
 
-CsvReader::CsvReader(std::istream &in, char delimiter)
-    : in_(in), delimiter_(delimiter), parser_(std::make_unique<csv_parser>())
+CsvReader::CsvReader(std::istream &in, char delimiter, std::string end_marker)
+    : in_(in), delimiter_(delimiter), end_marker_(std::move(end_marker)),
+      parser_(std::make_unique<csv_parser>())
 {
     restart();
 }
@@ -46,7 +47,8 @@ std::optional<CsvRecord> CsvReader::next()
 void CsvReader::read_line()
 {
     std::string line;
-    if (!std::getline(in_, line)) {
+    const bool is_read = static_cast<bool>(std::getline(in_, line));
+    if (!is_read || (!inside_record_ && !end_marker_.empty() && line == end_marker_)) {
         end_of_input();
         return;
     }

@@ -28,7 +28,8 @@ struct CsvRecord {
 class CsvReader
 {
 public:
-    CsvReader(std::istream &in, char delimiter);
+    /// A record's line that is `end_marker` and nothing else ends the input, unless that is empty.
+    CsvReader(std::istream &in, char delimiter, std::string end_marker = "");
     ~CsvReader();
     CsvReader(const CsvReader &) = delete;
     CsvReader &operator=(const CsvReader &) = delete;
@@ -51,6 +52,7 @@ private:
 
     std::istream &in_;
     char delimiter_;
+    std::string end_marker_;
     std::unique_ptr<csv_parser> parser_;
     CsvRecord current_;
     std::deque<CsvRecord> ready_;

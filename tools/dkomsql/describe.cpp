@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "libraries.h"
 #include "statement.h"
 
 namespace dkomsql
@@ -120,6 +121,13 @@ std::string kind_of(const Session &session, std::string name)
 
 } // namespace
 
+bool ColumnDescription::is_time() const
+{
+    constexpr std::array<ub2, 6> times{SQLT_DAT,           SQLT_TIMESTAMP,   SQLT_TIMESTAMP_TZ,
+                                       SQLT_TIMESTAMP_LTZ, SQLT_INTERVAL_YM, SQLT_INTERVAL_DS};
+    return std::find(times.begin(), times.end(), type) != times.end();
+}
+
 std::string type_text(const ColumnDescription &column)
 {
     if (column.type == SQLT_NUM)
@@ -141,7 +149,7 @@ std::string type_text(const ColumnDescription &column)
 
 bool can_describe(const Session &session)
 {
-    return session.backend() == Backend::oracle;
+    return is_extended() || session.backend() == Backend::oracle;
 }
 
 std::vector<ColumnDescription> describe_columns(const Session &session, OCIStmt *statement, std::size_t count)
@@ -158,8 +166,8 @@ std::vector<ColumnDescription> describe_columns(const Session &session, OCIStmt 
     return columns;
 }
 
-/// The list of columns that a describe handle leads to is not known to libdkom.so, and so cannot be followed
-/// through it: a query of all columns, which is not run, has them too.
+/// The list of columns that a describe handle leads to is not known to the exact edition, and so cannot be
+/// followed through it: a query of all columns, which is not run, has them too.
 ObjectDescription describe_object(const Session &session, const std::string &name)
 {
     ObjectDescription object{kind_of(session, name), {}};

@@ -1,7 +1,6 @@
 #include "interrupt.h"
 
 #include <atomic>
-#include <csignal>
 
 namespace dkomsql
 {
@@ -14,10 +13,10 @@ constexpr int most_interrupts = 3; // while a call runs: a database may be slow 
 volatile std::sig_atomic_t interrupts_seen = 0;
 std::atomic<const Session *> breakable = nullptr;
 
-/// libdkom.so knows a handle only on the thread that made it, so the handler is the place to break from: it
-/// runs on that thread, in the middle of the call. The libraries take no lock for it. (At trace levels above
-/// 10 the record of the call is written from here as well; that is why the window is kept to the calls that
-/// can last.)
+/// The exact edition knows a handle only on the thread that made it, so the handler is the place to break
+/// from: it runs on that thread, in the middle of the call. The libraries take no lock for it. (At trace
+/// levels above 10 the record of the call is written from here as well; that is why the window is kept to the
+/// calls that can last.)
 void on_interrupt(int signal_number)
 {
     const Session *session = breakable.load();
@@ -33,12 +32,17 @@ void on_interrupt(int signal_number)
 
 } // namespace
 
-void catch_interrupts()
+CatchInterrupts::CatchInterrupts()
 {
     struct sigaction action = {};
     action.sa_handler = on_interrupt; // without SA_RESTART: a read of the terminal has to return
     sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGINT, &action, &before_);
+}
+
+CatchInterrupts::~CatchInterrupts()
+{
+    sigaction(SIGINT, &before_, nullptr);
 }
 
 bool interrupted()

@@ -5,6 +5,10 @@
 #include <link.h>
 
 #include <fmt/format.h>
+#include <oci.h>
+
+// A call that is published and not among those of the exact edition.
+#pragma weak OCIStmtGetPieceInfo
 
 namespace dkomsql
 {
@@ -31,11 +35,28 @@ int visit_library(dl_phdr_info *info, std::size_t /*size*/, void *data)
 
 } // namespace
 
+bool is_extended()
+{
+    return &OCIStmtGetPieceInfo != nullptr;
+}
+
+std::string_view edition_name()
+{
+    return is_extended() ? "extended" : "exact";
+}
+
 std::optional<std::string> loaded_library(std::string_view name)
 {
     Search search{name, std::nullopt};
     dl_iterate_phdr(visit_library, &search);
     return search.path;
+}
+
+std::string oci_library()
+{
+    Dl_info info = {};
+    void *const call = dlsym(RTLD_DEFAULT, "OCIEnvCreate");
+    return call != nullptr && dladdr(call, &info) != 0 ? info.dli_fname : "not loaded";
 }
 
 const std::vector<ClientLibrary> &client_libraries()
@@ -49,8 +70,8 @@ const std::vector<ClientLibrary> &client_libraries()
 
 std::string missing_client_library()
 {
-    if (!loaded_library("libdkom.so"))
-        return ""; // linked with a client library directly
+    if (is_extended())
+        return "";
     for (const ClientLibrary &library : client_libraries()) {
         const char *directory = std::getenv(std::string(library.variable).c_str());
         const std::string path = fmt::format("{}/{}", directory != nullptr ? directory : ".", library.file);

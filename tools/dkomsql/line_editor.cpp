@@ -1,5 +1,7 @@
 #include "line_editor.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -7,9 +9,9 @@
 #include <cwchar>
 #include <histedit.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include "history.h"
 #include "interrupt.h"
 
 namespace dkomsql
@@ -18,7 +20,11 @@ namespace dkomsql
 namespace
 {
 
-constexpr int history_length = 2000;
+// Terminals put these around what is pasted, once they are told to.
+constexpr const char *announce_pastes = "\033[?2004h";
+constexpr const char *stop_announcing = "\033[?2004l";
+constexpr const char *paste_begins = "\033[200~";
+constexpr std::wstring_view paste_ends = L"\033[201~";
 
 /// Waits until `descriptor` can be read; false after Ctrl-C. SIGINT is let through in ppoll() only, so that
 /// none is lost between the look at the flag and the wait.
@@ -39,16 +45,14 @@ bool wait_for_input(int descriptor)
 }
 
 /// Reads one character for libedit, which by itself would take up reading again after Ctrl-C.
-int read_character(EditLine *editor, wchar_t *character)
+int read_typed(wchar_t *character)
 {
-    std::FILE *input = nullptr;
-    el_get(editor, EL_GETFP, 0, &input);
     std::mbstate_t state{};
     for (;;) {
-        if (!wait_for_input(fileno(input)))
+        if (!wait_for_input(STDIN_FILENO))
             return -1;
         char byte = 0;
-        const ssize_t count = read(fileno(input), &byte, 1);
+        const ssize_t count = read(STDIN_FILENO, &byte, 1);
         if (count < 0 && errno == EINTR)
             continue;
         if (count <= 0)
@@ -64,59 +68,144 @@ int read_character(EditLine *editor, wchar_t *character)
     }
 }
 
+bool more_is_waiting()
+{
+    pollfd waiting{STDIN_FILENO, POLLIN, 0};
+    return poll(&waiting, 1, 0) > 0;
+}
+
+std::size_t common_prefix(const std::vector<std::string> &texts)
+{
+    std::size_t length = texts.front().size();
+    for (const std::string &text : texts) {
+        const auto end =
+            std::mismatch(texts.front().begin(), texts.front().begin() + static_cast<std::ptrdiff_t>(length),
+                          text.begin(), text.end())
+                .first;
+        length = static_cast<std::size_t>(end - texts.front().begin());
+    }
+    return length;
+}
+
+void list(const std::vector<std::string> &candidates)
+{
+    constexpr std::size_t most_shown = 100;
+    std::fputs("\r\n", stdout);
+    for (std::size_t i = 0; i < candidates.size() && i < most_shown; i++)
+        std::fprintf(stdout, "%s  ", candidates[i].c_str());
+    if (candidates.size() > most_shown)
+        std::fprintf(stdout, "... and %zu more", candidates.size() - most_shown);
+    std::fputs("\r\n", stdout);
+    std::fflush(stdout);
+}
+
 } // namespace
 
 struct LineEditor::State {
     EditLine *editor = nullptr;
-    History *history = nullptr;
-    std::filesystem::path path;
+    Completer completer;
     std::string prompt;
+    std::wstring next; // read before what is typed
+    bool announces_pastes = false;
 
-    static char *prompt_of(EditLine *editor)
+    static State &of(EditLine *editor)
     {
         State *state = nullptr;
         el_get(editor, EL_CLIENTDATA, &state);
-        return state->prompt.data();
+        return *state;
+    }
+
+    static char *prompt_of(EditLine *editor) { return of(editor).prompt.data(); }
+
+    static int read_character(EditLine *editor, wchar_t *character)
+    {
+        State &state = of(editor);
+        if (state.next.empty())
+            return read_typed(character);
+        *character = state.next.front();
+        state.next.erase(0, 1);
+        return 1;
+    }
+
+    /// Takes a paste up to its end or to the end of a line; then the line is entered and the paste goes on.
+    static unsigned char paste(EditLine *editor, int /*key*/)
+    {
+        std::wstring text;
+        wchar_t character = 0;
+        bool ended = false;
+        while (!ended && read_character(editor, &character) == 1) {
+            if (character == L'\r' || character == L'\n') {
+                of(editor).next = L"\n";
+                for (const char *c = paste_begins; *c != '\0'; c++)
+                    of(editor).next += static_cast<wchar_t>(*c);
+                break;
+            }
+            text += character;
+            ended = text.ends_with(paste_ends);
+        }
+        if (ended)
+            text.erase(text.size() - paste_ends.size());
+        el_winsertstr(editor, text.c_str());
+        return CC_REFRESH;
+    }
+
+    static unsigned char complete(EditLine *editor, int /*key*/)
+    {
+        // Nobody types the next key so soon: a terminal that does not announce pastes.
+        if (more_is_waiting()) {
+            el_insertstr(editor, "\t");
+            return CC_REFRESH;
+        }
+        const LineInfo *line = el_line(editor);
+        const std::string_view before(line->buffer, static_cast<std::size_t>(line->cursor - line->buffer));
+        const Completion found = of(editor).completer(before);
+        if (found.candidates.empty())
+            return CC_REFRESH_BEEP;
+        const std::size_t length = common_prefix(found.candidates);
+        const bool is_only = found.candidates.size() == 1;
+        const std::size_t typed = before.size() - found.start;
+        if (length < typed || (length == typed && !is_only)) {
+            list(found.candidates);
+            return CC_REDISPLAY;
+        }
+        std::string text = found.candidates.front().substr(0, length);
+        if (is_only && !text.ends_with('/'))
+            text += ' ';
+        // libedit counts characters.
+        const auto starts_character = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; };
+        el_deletestr(editor,
+                     static_cast<int>(std::count_if(before.begin() + static_cast<std::ptrdiff_t>(found.start),
+                                                    before.end(), starts_character)));
+        el_insertstr(editor, text.c_str());
+        return CC_REFRESH;
     }
 };
 
-std::filesystem::path history_file()
+LineEditor::LineEditor(const TypedHistory &typed, Completer completer) : state_(std::make_unique<State>())
 {
-    const char *state_home = std::getenv("XDG_STATE_HOME");
-    if (state_home != nullptr && *state_home == '/')
-        return std::filesystem::path(state_home) / "dkomsql" / "history";
-    const char *home = std::getenv("HOME");
-    if (home == nullptr || *home == '\0')
-        return {};
-    return std::filesystem::path(home) / ".local" / "state" / "dkomsql" / "history";
-}
-
-LineEditor::LineEditor(std::filesystem::path history_path) : state_(std::make_unique<State>())
-{
-    state_->path = std::move(history_path);
-    state_->history = history_init();
-    state_->editor = el_init("dkomsql", stdin, stdout, stderr);
-
-    HistEvent event;
-    history(state_->history, &event, H_SETSIZE, history_length);
-    history(state_->history, &event, H_SETUNIQUE, 1);
-    if (!state_->path.empty())
-        history(state_->history, &event, H_LOAD, state_->path.c_str());
-
-    el_set(state_->editor, EL_CLIENTDATA, state_.get());
-    el_set(state_->editor, EL_PROMPT, &State::prompt_of);
-    el_set(state_->editor, EL_SIGNAL, 1);
-    el_set(state_->editor, EL_EDITOR, "emacs");
-    el_set(state_->editor, EL_HIST, history, state_->history);
-    el_set(state_->editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
-    el_set(state_->editor, EL_GETCFN, &read_character);
-    el_source(state_->editor, nullptr); // the user's ~/.editrc
+    state_->completer = std::move(completer);
+    const char *terminal = std::getenv("TERM");
+    state_->announces_pastes = terminal != nullptr && std::string_view(terminal) != "dumb";
+    EditLine *editor = el_init("dkomsql", stdin, stdout, stderr);
+    state_->editor = editor;
+    el_set(editor, EL_CLIENTDATA, state_.get());
+    el_set(editor, EL_PROMPT, &State::prompt_of);
+    el_set(editor, EL_SIGNAL, 1);
+    el_set(editor, EL_EDITOR, "emacs");
+    el_set(editor, EL_HIST, history, typed.get());
+    el_set(editor, EL_ADDFN, "dkomsql-complete", "complete the word in front of the cursor",
+           &State::complete);
+    el_set(editor, EL_ADDFN, "dkomsql-paste", "take what is pasted as it is", &State::paste);
+    el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
+    el_set(editor, EL_BIND, "^I", "dkomsql-complete", nullptr);
+    el_set(editor, EL_BIND, "\\e[200~", "dkomsql-paste", nullptr);
+    el_set(editor, EL_GETCFN, &State::read_character);
+    el_source(editor, nullptr); // the user's ~/.editrc
 }
 
 LineEditor::~LineEditor()
 {
     el_end(state_->editor);
-    history_end(state_->history);
 }
 
 std::optional<std::string> LineEditor::read_line(const std::string &prompt)
@@ -125,8 +214,14 @@ std::optional<std::string> LineEditor::read_line(const std::string &prompt)
     int length = 0;
     // By itself libedit shows the prompt first: what is typed at once would still be taken as cooked input.
     el_set(state_->editor, EL_PREP_TERM, 1);
+    if (state_->announces_pastes)
+        std::fputs(announce_pastes, stdout);
     const char *line = el_gets(state_->editor, &length);
+    if (state_->announces_pastes)
+        std::fputs(stop_announcing, stdout);
+    std::fflush(stdout);
     if (line == nullptr || length <= 0 || interrupted()) {
+        state_->next.clear();
         el_reset(state_->editor);
         return std::nullopt;
     }
@@ -134,19 +229,6 @@ std::optional<std::string> LineEditor::read_line(const std::string &prompt)
     if (result.ends_with('\n'))
         result.pop_back();
     return result;
-}
-
-void LineEditor::remember(const std::string &entry)
-{
-    HistEvent event;
-    history(state_->history, &event, H_ENTER, entry.c_str());
-    if (state_->path.empty())
-        return;
-    std::error_code ignored; // without the file the history lasts as long as the program
-    std::filesystem::create_directories(state_->path.parent_path(), ignored);
-    const mode_t others_may_not_read = umask(S_IRWXG | S_IRWXO);
-    history(state_->history, &event, H_SAVE, state_->path.c_str());
-    umask(others_may_not_read);
 }
 
 } // namespace dkomsql

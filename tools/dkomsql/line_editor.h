@@ -1,24 +1,33 @@
 #ifndef DKOMSQL_LINE_EDITOR_H
 #define DKOMSQL_LINE_EDITOR_H
 
-#include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace dkomsql
 {
 
-/// Where the history of typed statements is kept: below XDG_STATE_HOME, or ~/.local/state. Empty when there
-/// is no home directory.
-std::filesystem::path history_file();
+class TypedHistory;
 
-/// Reads lines from the terminal with editing and history.
+/// What the Tab key may put in place of the end of a line.
+struct Completion {
+    std::size_t start = 0;               ///< byte of the line from which on it is replaced
+    std::vector<std::string> candidates; ///< all begin alike with what stands there, but perhaps for case
+};
+
+/// Tells what may stand at the end of `line`, the text in front of the cursor.
+using Completer = std::function<Completion(std::string_view line)>;
+
+/// Reads lines from the terminal with editing, history and completion. What is pasted goes into the line as
+/// it is, tabs included.
 class LineEditor
 {
 public:
-    /// An empty path keeps the history in memory only.
-    explicit LineEditor(std::filesystem::path history_path);
+    LineEditor(const TypedHistory &history, Completer completer);
     ~LineEditor();
     LineEditor(const LineEditor &) = delete;
     LineEditor &operator=(const LineEditor &) = delete;
@@ -26,9 +35,6 @@ public:
     /// The next line without its line feed; nothing at the end of the input, and after Ctrl-C (see
     /// interrupted()).
     std::optional<std::string> read_line(const std::string &prompt);
-
-    /// Remembers an entry of one or more lines, and writes the history file.
-    void remember(const std::string &entry);
 
 private:
     struct State;

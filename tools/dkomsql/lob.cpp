@@ -18,6 +18,19 @@ constexpr std::size_t piece_bytes = 256U << 10;
 
 } // namespace
 
+std::string hexadecimal(std::string_view bytes)
+{
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string text;
+    text.reserve(bytes.size() * 2);
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        text += digits[byte >> 4U];
+        text += digits[byte & 15U];
+    }
+    return text;
+}
+
 Lob::Lob(const Session &session, OCILobLocator *locator, const ColumnDescription &column)
     : session_(session), locator_(locator), column_(column)
 {
@@ -51,8 +64,17 @@ std::string Lob::head(std::size_t most_bytes, bool &is_whole) const
         read_text.resize(wanted);
     if (column_.is_text_lob())
         return read_text.substr(0, complete_prefix(read_text));
-    return fmt::format("{:02x}",
-                       fmt::join(std::vector<unsigned char>(read_text.begin(), read_text.end()), ""));
+    return hexadecimal(read_text);
+}
+
+std::string Lob::text() const
+{
+    std::string whole;
+    stream([&](std::string_view piece) {
+        whole += column_.is_text_lob() ? std::string(piece) : hexadecimal(piece);
+        return !interrupted();
+    });
+    return whole;
 }
 
 bool Lob::stream(const std::function<bool(std::string_view piece)> &take) const

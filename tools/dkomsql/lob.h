@@ -15,6 +15,9 @@ namespace dkomsql
 
 using Locator = Descriptor<OCILobLocator, OCI_DTYPE_LOB>;
 
+/// Bytes as two hexadecimal digits each, as the databases write them.
+std::string hexadecimal(std::string_view bytes);
+
 /// A large object of a fetched row, read through its locator. Throws OciError, here as in all functions that
 /// call the database.
 class Lob
@@ -32,6 +35,9 @@ public:
     /// The beginning of the value, at most `most_bytes` of text; bytes come as two hexadecimal digits each.
     /// `is_whole` is set to whether that is all.
     std::string head(std::size_t most_bytes, bool &is_whole) const;
+
+    /// The whole value, bytes as digits; what there was of it when the user broke the reading off.
+    std::string text() const;
 
     /// Hands the value out piece by piece until `take` returns false. Returns whether it was handed out
     /// whole.

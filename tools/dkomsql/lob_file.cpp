@@ -4,10 +4,12 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <stdexcept>
 
 #include <fmt/format.h>
 
+#include "cursor.h"
 #include "interrupt.h"
 #include "progress.h"
 
@@ -18,12 +20,14 @@ namespace
 {
 
 /// A file that takes its name when commit() is called. One that is no regular file, such as a terminal or a
-/// pipe, is written at once.
+/// pipe, and the standard output (`-`) are written at once.
 class NewFile
 {
 public:
     explicit NewFile(std::string path) : path_(std::move(path)), written_(path_)
     {
+        if (path_ == "-")
+            return;
         std::error_code unknown;
         const std::filesystem::file_status status = std::filesystem::status(path_, unknown);
         if (std::filesystem::is_directory(status))
@@ -47,12 +51,17 @@ public:
 
     void write(std::string_view bytes)
     {
-        if (!out_.write(bytes.data(), static_cast<std::streamsize>(bytes.size())))
+        std::ostream &out = path_ == "-" ? std::cout : static_cast<std::ostream &>(out_);
+        if (!out.write(bytes.data(), static_cast<std::streamsize>(bytes.size())))
             throw std::runtime_error(fmt::format("cannot write {}: {}", path_, std::strerror(errno)));
     }
 
     void commit()
     {
+        if (path_ == "-") {
+            std::cout.flush();
+            return;
+        }
         out_.close();
         if (!out_)
             throw std::runtime_error(fmt::format("cannot write {}: {}", path_, std::strerror(errno)));
@@ -72,9 +81,9 @@ std::string write_lob_file(const Session &session, Statement &query, const std::
 {
     if (!can_describe(session))
         throw std::runtime_error(
-            "\\lob needs LOB locators, which a Dravik connection does not have in this "
-            "release; select the value instead, which shows up to --max-value bytes of it");
-    Cursor cursor(query, longest_fetched_value, 0);
+            "\\lob needs LOB locators, which the exact edition has no Dravik connection for; "
+            "dkomsql, which is built on the extended one, has them");
+    Cursor cursor(query, {longest_array_value, 0});
     if (!cursor.is_lob(0))
         throw std::runtime_error(
             fmt::format("\\lob: the first column, {}, is no CLOB or BLOB", cursor.columns().front()));

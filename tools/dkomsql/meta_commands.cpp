@@ -2,17 +2,19 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
-#include <charconv>
+#include <cstdlib>
 #include <memory>
+#include <sys/wait.h>
 
 #include <fmt/format.h>
 
-#include "copy_in.h"
+#include "copy_command.h"
 #include "describe.h"
 #include "lob_file.h"
 #include "shell.h"
 #include "status.h"
+#include "utf8.h"
+#include "words.h"
 
 namespace dkomsql
 {
@@ -22,6 +24,9 @@ namespace
 
 using Words = std::vector<std::string>;
 
+constexpr std::size_t all_rows = static_cast<std::size_t>(-1);
+constexpr std::size_t no_name = static_cast<std::size_t>(-1);
+
 struct MetaCommand {
     std::string_view name;
     std::string_view arguments;
@@ -29,7 +34,9 @@ struct MetaCommand {
     std::size_t fewest_arguments;
     std::size_t most_arguments;
     void (*run)(Shell &shell, const Words &arguments);
-    bool takes_rest = false; // the last argument is the rest of the line as it was typed
+    Argument first = Argument::other;
+    std::size_t name_at = no_name; // the argument that is a name of SQL, as it was typed
+    bool takes_rest = false;       // the last argument is the rest of the line as it was typed
 };
 
 std::string shown(const std::optional<std::string> &value)
@@ -55,7 +62,7 @@ void bind(Shell &shell, const Words &arguments)
     Binds &binds = shell.settings().binds;
     if (arguments.empty()) {
         for (const auto &[name, value] : binds)
-            shell.out() << fmt::format(":{} = {}\n", name, shown(value));
+            shell.out() << printable(fmt::format(":{} = {}", name, shown(value))) << '\n';
         return;
     }
     set_bind(binds, arguments[0],
@@ -71,85 +78,9 @@ void unbind(Shell &shell, const Words &arguments)
         throw UserError(fmt::format("no value is bound to :{}", arguments[0]));
 }
 
-/// Reads the words behind the table name of \copy.
-void read_copy_options(const Words &words, CopyOptions &options)
-{
-    for (std::size_t i = 2; i < words.size(); i++) {
-        const std::string option = folded_name(words[i]);
-        if (option == "WITH")
-            continue;
-        if (option == "HEADER") {
-            options.header = true;
-            continue;
-        }
-        if (option != "DELIMITER" && option != "NULL" && option != "REJECTS")
-            throw UserError(fmt::format("\\copy does not know the option {}", words[i]));
-        if (++i == words.size())
-            throw UserError(fmt::format("\\copy: the option {} needs a value", words[i - 1]));
-        const std::string &value = words[i];
-        if (option == "NULL") {
-            options.null_text = value;
-        } else if (option == "DELIMITER") {
-            const std::string delimiter = value == "tab" || value == "\\t" ? "\t" : value;
-            if (delimiter.size() != 1 || delimiter.find_first_of("\"\r\n") != std::string::npos)
-                throw UserError("\\copy: the delimiter has to be one character, or tab");
-            options.delimiter = delimiter.front();
-        } else {
-            const auto [end, fault] =
-                std::from_chars(value.data(), value.data() + value.size(), options.most_rejects);
-            if (fault != std::errc() || end != value.data() + value.size())
-                throw UserError(fmt::format("\\copy: {} is not a number of rows", value));
-        }
-    }
-}
-
-/// The table name stands in a statement as it was typed, so nothing but a name may be let through.
-void check_table_name(std::string_view table)
-{
-    bool quoted = false;
-    for (const char c : table) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"')
-            quoted = !quoted;
-        else if (!quoted && std::isalnum(byte) == 0 && byte < 0x80 && c != '_' && c != '$' && c != '#' &&
-                 c != '.')
-            throw UserError(fmt::format("'{}' is not the name of a table", table));
-    }
-    if (table.empty() || quoted)
-        throw UserError(fmt::format("'{}' is not the name of a table", table));
-}
-
 void copy(Shell &shell, const Words &arguments)
 {
-    constexpr std::size_t most_shown = 20;
-    CopyOptions options;
-    options.file = arguments[0];
-    options.table = arguments[1];
-    check_table_name(options.table);
-    read_copy_options(arguments, options);
-
-    options.commit = shell.settings().autocommit;
-
-    std::size_t shown_rejects = 0;
-    const auto on_reject = [&](std::size_t line, const std::string &reason) {
-        if (shown_rejects++ < most_shown)
-            fmt::print(stderr, "{}:{}: row rejected: {}\n", options.file, line, reason);
-    };
-    const CopyResult result = copy_in(shell.session(), options, on_reject);
-    if (result.loaded > 0)
-        shell.note_changes();
-
-    if (result.rejected > most_shown)
-        fmt::print(stderr, "... and {} more rejected rows\n", result.rejected - most_shown);
-    const double rate = result.seconds > 0 ? static_cast<double>(result.loaded) / result.seconds : 0;
-    shell.remark(fmt::format("{} row{} loaded into {}, {} rejected, in {:.2f} s ({:.0f} rows/s)",
-                             result.loaded, result.loaded == 1 ? "" : "s", options.table, result.rejected,
-                             result.seconds, rate));
-    if (!result.stopped.empty())
-        throw UserError("the load was stopped: " + result.stopped);
-    if (result.rejected > 0)
-        throw UserError(fmt::format("{} row{} of {} not loaded", result.rejected,
-                                    result.rejected == 1 ? "" : "s", options.file));
+    run_copy(shell, arguments);
 }
 
 /// What `[on|off]` asks for: without an argument, the other way.
@@ -162,18 +93,110 @@ bool wanted_switch(bool now, std::string_view command, const Words &arguments)
     return arguments[0] == "on";
 }
 
+/// Turns a setting, and says how it is now.
+void turn(Shell &shell, bool &setting, std::string_view command, std::string_view what,
+          const Words &arguments)
+{
+    setting = wanted_switch(setting, command, arguments);
+    shell.remark(fmt::format("{} {}.", what, setting ? "on" : "off"));
+}
+
 void timing(Shell &shell, const Words &arguments)
 {
-    bool &on = shell.settings().timing;
-    on = wanted_switch(on, "\\timing", arguments);
-    shell.remark(on ? "Timing is on." : "Timing is off.");
+    turn(shell, shell.settings().timing, "\\timing", "Timing is", arguments);
 }
 
 void types(Shell &shell, const Words &arguments)
 {
-    bool &on = shell.settings().types;
-    on = wanted_switch(on, "\\types", arguments);
-    shell.remark(on ? "Types are shown." : "Types are not shown.");
+    turn(shell, shell.settings().types, "\\types", "Types of columns are", arguments);
+}
+
+void expanded(Shell &shell, const Words &arguments)
+{
+    turn(shell, shell.settings().expanded, "\\x", "Expanded tables are", arguments);
+}
+
+void pager(Shell &shell, const Words &arguments)
+{
+    turn(shell, shell.settings().pager, "\\pager", "The pager is", arguments);
+}
+
+void numbers(Shell &shell, const Words &arguments)
+{
+    turn(shell, shell.settings().json_numbers, "\\numbers", "Numbers in JSON are", arguments);
+}
+
+void null_text(Shell &shell, const Words &arguments)
+{
+    if (arguments.empty())
+        shell.settings().null_text.reset();
+    else
+        shell.settings().null_text = arguments[0];
+}
+
+void connect(Shell &shell, const Words &arguments)
+{
+    if (!arguments.empty()) {
+        shell.connect(arguments[0]);
+        return;
+    }
+    const Session &session = shell.session();
+    shell.remark(fmt::format("Connected to {}{}, served by {}.", session.link(),
+                             session.user().empty() ? "" : " as " + session.user(),
+                             name_of(session.backend())));
+}
+
+/// Names as the dictionary has them: bare ones are in upper case there.
+std::string dictionary_pattern(std::string_view typed)
+{
+    std::string pattern;
+    bool quoted = false;
+    for (const char c : typed) {
+        if (c == '"')
+            quoted = !quoted;
+        else if (c == '*' || c == '?')
+            pattern += c == '*' ? '%' : '_';
+        else if (c == '_' || c == '%' || c == '!')
+            pattern += std::string("!") + c;
+        else
+            pattern += quoted ? std::string(1, c) : folded_name({&c, 1});
+    }
+    return pattern;
+}
+
+void list_tables(Shell &shell, const Words &arguments)
+{
+    constexpr const char *query =
+        "SELECT table_name, 'table' FROM user_tables WHERE table_name LIKE :pattern ESCAPE '!' UNION ALL "
+        "SELECT view_name, 'view' FROM user_views WHERE view_name LIKE :pattern ESCAPE '!' ORDER BY 1";
+    const Settings &settings = shell.settings();
+    const std::unique_ptr<ResultWriter> writer =
+        make_writer(settings.format, shell.out(), {"name", "kind"}, {settings.header});
+    for (const auto &row :
+         shell.rows_of(query, dictionary_pattern(arguments.empty() ? "*" : arguments[0]), all_rows)) {
+        const std::array cells{Cell{row[0]}, Cell{row[1]}};
+        writer->row(cells);
+    }
+    writer->finish();
+}
+
+void run_program(Shell &shell, const Words &arguments)
+{
+    const char *user_shell = std::getenv("SHELL");
+    const std::string command = !arguments.empty()      ? arguments[0]
+                                : user_shell != nullptr ? user_shell
+                                                        : "/bin/sh";
+    shell.out().flush();
+    const int status = std::system(command.c_str());
+    if (status != 0 && !arguments.empty())
+        throw UserError(WIFSIGNALED(status)
+                            ? fmt::format("the command was ended by signal {}", WTERMSIG(status))
+                            : fmt::format("the command ended with status {}", WEXITSTATUS(status)));
+}
+
+void edit(Shell & /*shell*/, const Words & /*arguments*/)
+{
+    throw UserError("\\e needs a terminal");
 }
 
 void autocommit(Shell &shell, const Words &arguments)
@@ -200,17 +223,22 @@ void rollback(Shell &shell, const Words &)
 
 void describe(Shell &shell, const Words &arguments)
 {
-    const std::string &name = arguments[0];
-    check_table_name(name);
+    if (arguments.empty()) {
+        list_tables(shell, arguments);
+        return;
+    }
+    const std::string name = parse_table(arguments[0]).table;
     if (!can_describe(shell.session()))
-        throw UserError("a Dravik connection cannot be described in this release");
+        throw UserError(
+            "the exact edition cannot describe on a Dravik connection; dkomsql, which is built on the "
+            "extended one, can");
     const ObjectDescription object = describe_object(shell.session(), name);
 
     const Settings &settings = shell.settings();
     if (settings.format == Format::table && settings.header)
         shell.out() << fmt::format("{} {}\n", object.kind, name);
-    const std::unique_ptr<ResultWriter> writer = make_writer(
-        settings.format, shell.out(), {"column", "type", "nullable"}, {settings.header, false, {}});
+    const std::unique_ptr<ResultWriter> writer =
+        make_writer(settings.format, shell.out(), {"column", "type", "nullable"}, {settings.header});
     for (const ColumnDescription &column : object.columns) {
         const std::string type = type_text(column);
         const std::array cells{Cell{column.name}, Cell{type}, Cell{column.nullable ? "yes" : "no"}};
@@ -223,8 +251,10 @@ void lob(Shell &shell, const Words &arguments)
 {
     const std::string &path = arguments[0];
     shell.query(arguments[1], [&](Statement &query) {
+        shell.out().flush();
         const std::string length = write_lob_file(shell.session(), query, path);
-        shell.remark(fmt::format("{} written to {}.", length, path));
+        if (path != "-")
+            shell.remark(fmt::format("{} written to {}.", length, path));
     });
 }
 
@@ -251,26 +281,41 @@ void leave(Shell &shell, const Words &)
     shell.leave();
 }
 
-constexpr std::array<MetaCommand, 16> commands{{
+constexpr std::array<MetaCommand, 24> commands{{
     {"help", "", "this list", 0, 0, show_help},
     {"status", "", "the connection and the libraries that serve it", 0, 0, show_status},
+    {"c", "[[USER@]LINK]", "connect to another database, or show the connection", 0, 1, connect},
+    {"d", "[TABLE]", "the columns of a table or view, or the list of \\dt", 0, 1, describe, Argument::table,
+     0},
+    {"dt", "[PATTERN]", "the user's tables and views; * stands for any text", 0, 1, list_tables,
+     Argument::table, 0},
     {"bind", "[NAME [VALUE]]", "give the placeholder :NAME a value (none: NULL), or list the values", 0, 2,
      bind},
     {"unbind", "[NAME]", "forget the value of :NAME, or all", 0, 1, unbind},
-    {"d", "TABLE", "the columns of a table or view (Oracle connections)", 1, 1, describe},
-    {"autocommit", "[on|off]", "commit each change at once, or only when told to", 0, 1, autocommit},
+    {"autocommit", "[on|off]", "commit each change at once, or only when told to", 0, 1, autocommit,
+     Argument::on_off},
     {"commit", "", "keep the changes", 0, 0, commit},
     {"rollback", "", "undo the changes that are not committed", 0, 0, rollback},
-    {"lob", "FILE SELECT ...", "write the CLOB or BLOB of one row to a file (Oracle connections)", 2, 2, lob,
-     true},
-    {"copy", "FILE TABLE [header] [delimiter C] [null TEXT] [rejects N]",
-     "load a CSV file; stop when more than N rows (1000) are refused", 2, 10, copy},
-    {"timing", "[on|off]", "show how long statements take", 0, 1, timing},
-    {"types", "[on|off]", "show the types of columns below their names", 0, 1, types},
-    {"format", "table|csv|json", "how rows are written", 1, 1, format},
-    {"i", "FILE", "run a script", 1, 1, include},
-    {"o", "[FILE]", "write results to a file, or to the standard output again", 0, 1, output},
-    {"q", "", "leave", 0, 0, leave},
+    {"lob", "FILE SELECT ...", "write the CLOB or BLOB of one row to a file (-: the standard output)", 2, 2,
+     lob, Argument::file, no_name, true},
+    {"copy", copy_usage,
+     "load a CSV file (-: the standard input) in one transaction, or commit every N rows; stop when more "
+     "than N rows (1000) are refused",
+     2, 12, copy, Argument::file, 1},
+    {"x", "[on|off]", "tables with a line for each value", 0, 1, expanded, Argument::on_off},
+    {"timing", "[on|off]", "show how long statements take", 0, 1, timing, Argument::on_off},
+    {"types", "[on|off]", "show the types of columns below their names", 0, 1, types, Argument::on_off},
+    {"numbers", "[on|off]", "write numbers as numbers in JSON, not as texts", 0, 1, numbers,
+     Argument::on_off},
+    {"null", "[TEXT]", "what stands for NULL in tables and CSV", 0, 1, null_text},
+    {"pager", "[on|off]", "show long results through PAGER", 0, 1, pager, Argument::on_off},
+    {"format", "table|csv|json", "how rows are written", 1, 1, format, Argument::format},
+    {"e", "[FILE]", "edit the statement, or a file, with EDITOR and run it", 0, 1, edit, Argument::file},
+    {"i", "FILE", "run a script", 1, 1, include, Argument::file},
+    {"o", "[FILE]", "write results to a file, or to the standard output again", 0, 1, output, Argument::file},
+    {"!", "[COMMAND]", "run a command of the system, or its shell", 0, 1, run_program, Argument::other,
+     no_name, true},
+    {"q", "", "leave (also: exit, quit)", 0, 0, leave},
 }};
 
 const MetaCommand &find_command(std::string_view name)
@@ -288,12 +333,23 @@ void run_meta_command(Shell &shell, std::string_view line)
 {
     line.remove_prefix(1);
     line = line.substr(0, line.find_last_not_of(" \t") + 1);
-    if (line.ends_with(';')) // a command is often ended like a statement
+    const bool runs_program = line.starts_with('!'); // its name needs no blank behind it
+    if (line.ends_with(';') && !runs_program)        // a command is often ended like a statement
         line.remove_suffix(1);
-    const MetaCommand &command = find_command(line.substr(0, line.find_first_of(" \t")));
-    const std::size_t most_split = command.takes_rest ? command.most_arguments : all_words;
-    const Words words = split_words(line, most_split);
-    const Words arguments(words.begin() + 1, words.end());
+    const std::size_t name_end = runs_program ? 1 : std::min(line.find_first_of(" \t"), line.size());
+    const MetaCommand &command = find_command(line.substr(0, name_end));
+    WordReader reader(line.substr(name_end));
+    Words arguments;
+    for (;;) {
+        const std::size_t index = arguments.size();
+        const bool is_rest = command.takes_rest && index + 1 == command.most_arguments;
+        const std::optional<std::string> argument = is_rest                    ? reader.rest()
+                                                    : index == command.name_at ? reader.name()
+                                                                               : reader.word();
+        if (!argument)
+            break;
+        arguments.push_back(*argument);
+    }
     if (arguments.size() < command.fewest_arguments || arguments.size() > command.most_arguments)
         throw UserError(fmt::format("usage: \\{} {}", command.name, command.arguments));
     command.run(shell, arguments);
@@ -314,44 +370,12 @@ std::string meta_command_help()
     return text;
 }
 
-std::vector<std::string> split_words(std::string_view line, std::size_t most_split)
+std::vector<MetaCommandName> meta_command_names()
 {
-    std::vector<std::string> words;
-    std::size_t at = 0;
-    const auto at_blank = [&] { return std::isspace(static_cast<unsigned char>(line[at])) != 0; };
-    while (at < line.size()) {
-        if (at_blank()) {
-            at++;
-            continue;
-        }
-        if (words.size() == most_split) {
-            words.emplace_back(line.substr(at));
-            break;
-        }
-        std::string word;
-        while (at < line.size() && !at_blank()) {
-            const char quote = line[at++];
-            if (quote != '\'' && quote != '"') {
-                word += quote;
-                continue;
-            }
-            for (;; at++) {
-                if (at == line.size())
-                    throw UserError(fmt::format("a quote {} is not closed", quote));
-                if (line[at] != quote) {
-                    word += line[at];
-                } else if (at + 1 < line.size() && line[at + 1] == quote) {
-                    word += quote;
-                    at++;
-                } else {
-                    at++;
-                    break;
-                }
-            }
-        }
-        words.push_back(std::move(word));
-    }
-    return words;
+    std::vector<MetaCommandName> names;
+    for (const MetaCommand &command : commands)
+        names.push_back({command.name, command.first});
+    return names;
 }
 
 } // namespace dkomsql

@@ -14,7 +14,9 @@ namespace dkomsql
 bool colours_allowed(int descriptor)
 {
     const char *no_color = std::getenv("NO_COLOR");
-    return isatty(descriptor) != 0 && (no_color == nullptr || *no_color == '\0');
+    const char *terminal = std::getenv("TERM");
+    const bool is_dumb = terminal != nullptr && std::string_view(terminal) == "dumb";
+    return isatty(descriptor) != 0 && !is_dumb && (no_color == nullptr || *no_color == '\0');
 }
 
 ProgressBar::ProgressBar(std::uintmax_t total_bytes, std::string_view unit)

@@ -9,7 +9,8 @@
 namespace dkomsql
 {
 
-/// True when colours may be written to the file descriptor: it is a terminal and NO_COLOR is not set.
+/// True when colours may be written to the file descriptor: it is a terminal that knows them and
+/// NO_COLOR is not set.
 bool colours_allowed(int descriptor);
 
 /// A progress bar on the standard error stream; silent when that is not a terminal.

@@ -30,6 +30,9 @@ struct WriterOptions {
     bool header = true;               ///< a line with the column names (table and CSV)
     bool colours = false;             ///< terminal colours (table)
     std::vector<std::string> types{}; ///< types of the columns, below their names (table); empty: not shown
+    bool expanded = false;            ///< a line for each value instead of one for each row (table)
+    std::optional<std::string> null_text{}; ///< stands for NULL (table and CSV)
+    std::vector<bool> numbers{};            ///< columns whose values are written as numbers (JSON)
 };
 
 /// Writes the rows of one query.

@@ -2,7 +2,10 @@
 
 #include <array>
 
+#include <dkom.h>
 #include <fmt/format.h>
+
+#include "libraries.h"
 
 namespace dkomsql
 {
@@ -29,6 +32,29 @@ private:
     OCIError *error_;
 };
 
+/// The records of an error or environment handle.
+OciError records_of(void *handle, ub4 type)
+{
+    constexpr ub4 most_records = 10;
+    int first_code = 0;
+    std::string message;
+    for (ub4 record = 1; record <= most_records; record++) {
+        std::array<OraText, 3072> text{};
+        sb4 code = 0;
+        const sword rc =
+            OCIErrorGet(handle, record, nullptr, &code, text.data(), static_cast<ub4>(text.size() - 1), type);
+        if (rc != OCI_SUCCESS && rc != OCI_SUCCESS_WITH_INFO)
+            break;
+        if (record == 1)
+            first_code = code;
+        else
+            message += '\n';
+        message += reinterpret_cast<const char *>(text.data());
+        message.erase(message.find_last_not_of(" \r\n") + 1);
+    }
+    return {first_code, message};
+}
+
 const OraText *oratext(const std::string &text)
 {
     return reinterpret_cast<const OraText *>(text.c_str());
@@ -49,9 +75,9 @@ std::string_view name_of(Backend backend)
     return "unknown";
 }
 
-Session::Session(const std::string &link)
-    : link_(link), environment_(create_environment()), error_(environment()), break_error_(environment()),
-      server_(environment()), service_(environment()), user_(environment())
+Session::Session(const std::string &link, const Credentials &credentials)
+    : link_(link), user_name_(credentials.user), environment_(create_environment()), error_(environment()),
+      break_error_(environment()), server_(environment()), service_(environment()), user_(environment())
 {
     check(
         OCIServerAttach(server_.get(), error(), oratext(link_), static_cast<sb4>(link_.size()), OCI_DEFAULT),
@@ -59,9 +85,25 @@ Session::Session(const std::string &link)
     AttachGuard attached(server_.get(), error());
     check(OCIAttrSet(service(), OCI_HTYPE_SVCCTX, server_.get(), 0, OCI_ATTR_SERVER, error()), "OCIAttrSet");
     check(OCIAttrSet(service(), OCI_HTYPE_SVCCTX, user_.get(), 0, OCI_ATTR_SESSION, error()), "OCIAttrSet");
-    check(OCISessionBegin(service(), error(), user_.get(), OCI_CRED_EXT, OCI_DEFAULT), "OCISessionBegin");
+    const bool is_named = !user_name_.empty();
+    if (is_named) {
+        set_text(OCI_ATTR_USERNAME, user_name_);
+        set_text(OCI_ATTR_PASSWORD, credentials.password.text());
+    }
+    const sword rc = OCISessionBegin(service(), error(), user_.get(),
+                                     is_named ? OCI_CRED_RDBMS : OCI_CRED_EXT, OCI_DEFAULT);
+    check(rc, "OCISessionBegin");
+    if (rc == OCI_SUCCESS_WITH_INFO)
+        greeting_ = last_error();
     attached.release();
     backend_ = find_backend();
+}
+
+void Session::set_text(ub4 attribute, const std::string &text) const
+{
+    check(OCIAttrSet(user_.get(), OCI_HTYPE_SESSION, const_cast<char *>(text.data()),
+                     static_cast<ub4>(text.size()), attribute, error()),
+          "OCIAttrSet");
 }
 
 Session::~Session()
@@ -74,15 +116,29 @@ Handle<OCIEnv, OCI_HTYPE_ENV> Session::create_environment()
 {
     OCIEnv *environment = nullptr;
     const sword rc = OCIEnvCreate(&environment, OCI_DEFAULT, nullptr, nullptr, nullptr, nullptr, 0, nullptr);
-    if (rc != OCI_SUCCESS)
-        throw OciError(0, fmt::format("OCIEnvCreate failed with return code {}", rc));
+    if (rc != OCI_SUCCESS) {
+        // The extended edition hands out an environment that tells why it is of no use.
+        const auto failed = Handle<OCIEnv, OCI_HTYPE_ENV>::adopt(environment);
+        const OciError reason =
+            environment != nullptr ? records_of(environment, OCI_HTYPE_ENV) : OciError(0, "");
+        throw reason.code() != 0 ? reason
+                                 : OciError(0, fmt::format("OCIEnvCreate failed with return code {}", rc));
+    }
     return Handle<OCIEnv, OCI_HTYPE_ENV>::adopt(environment);
 }
 
-/// The library fills in the caller's variable when the Oracle library answers, and leaves it alone when
-/// Dravik's does. The variable has to start empty, for a handle in it would be taken as one to look up.
 Backend Session::find_backend() const
 {
+    if (is_extended()) {
+        ub1 backend = DKOM_BACKEND_NONE;
+        OCIAttrGet(service(), OCI_HTYPE_SVCCTX, &backend, nullptr, DKOM_ATTR_BACKEND, error());
+        return backend == DKOM_BACKEND_ORACLE   ? Backend::oracle
+               : backend == DKOM_BACKEND_DRAVIK ? Backend::dravik
+                                                : Backend::unknown;
+    }
+    // The exact edition fills in the caller's variable when the Oracle library answers, and leaves it alone
+    // when Dravik's does. The variable has to start empty, for a handle in it would be taken as one to look
+    // up.
     OCIServer *server = nullptr;
     const sword rc = OCIAttrGet(service(), OCI_HTYPE_SVCCTX, &server, nullptr, OCI_ATTR_SERVER, error());
     if (rc != OCI_SUCCESS)
@@ -119,27 +175,10 @@ OciError Session::failure(sword rc, std::string_view call) const
 
 OciError Session::last_error() const
 {
-    constexpr ub4 most_records = 10;
-    int first_code = 0;
-    std::string message;
-    for (ub4 record = 1; record <= most_records; record++) {
-        std::array<OraText, 3072> text{};
-        sb4 code = 0;
-        const sword rc = OCIErrorGet(error(), record, nullptr, &code, text.data(),
-                                     static_cast<ub4>(text.size() - 1), OCI_HTYPE_ERROR);
-        if (rc != OCI_SUCCESS && rc != OCI_SUCCESS_WITH_INFO)
-            break;
-        if (record == 1)
-            first_code = code;
-        else
-            message += '\n';
-        message += reinterpret_cast<const char *>(text.data());
-        message.erase(message.find_last_not_of(" \r\n") + 1);
-    }
-    return {first_code, message};
+    return records_of(error(), OCI_HTYPE_ERROR);
 }
 
-std::optional<std::string> oracle_server_version(const Session &session)
+std::optional<std::string> server_version(const Session &session)
 {
     std::array<OraText, 512> text{};
     const sword rc = OCIServerVersion(session.service(), session.error(), text.data(),

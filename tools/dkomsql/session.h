@@ -10,6 +10,8 @@
 
 #include <oci.h>
 
+#include "credentials.h"
+
 namespace dkomsql
 {
 
@@ -116,8 +118,8 @@ private:
 class Session
 {
 public:
-    /// Attaches to `link` and begins a session with external credentials. Throws OciError.
-    explicit Session(const std::string &link);
+    /// Attaches to `link` and begins a session for the user. Throws OciError.
+    Session(const std::string &link, const Credentials &credentials);
     ~Session();
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
@@ -130,6 +132,11 @@ public:
     OCIError *break_error() const { return break_error_.get(); }
 
     const std::string &link() const { return link_; }
+    const std::string &user() const { return user_name_; }
+
+    /// What the database remarked when the session began, such as that a password expires soon.
+    const std::optional<OciError> &greeting() const { return greeting_; }
+
     Backend backend() const { return backend_; }
 
     /// Ends the transaction. Throws OciError.
@@ -149,9 +156,11 @@ public:
 
 private:
     static Handle<OCIEnv, OCI_HTYPE_ENV> create_environment();
+    void set_text(ub4 attribute, const std::string &text) const;
     Backend find_backend() const;
 
     std::string link_;
+    std::string user_name_;
     Handle<OCIEnv, OCI_HTYPE_ENV> environment_;
     Handle<OCIError, OCI_HTYPE_ERROR> error_;
     Handle<OCIError, OCI_HTYPE_ERROR> break_error_;
@@ -159,11 +168,12 @@ private:
     Handle<OCISvcCtx, OCI_HTYPE_SVCCTX> service_;
     Handle<OCISession, OCI_HTYPE_SESSION> user_;
     Backend backend_ = Backend::unknown;
+    std::optional<OciError> greeting_;
 };
 
-/// What the server of the Oracle library says it is. libdkom.so asks that library even when Dravik's serves
-/// the connection; nothing when it has no answer.
-std::optional<std::string> oracle_server_version(const Session &session);
+/// What the server says it is; nothing when it has no answer. The exact edition asks Oracle's library even
+/// when Dravik's serves the connection.
+std::optional<std::string> server_version(const Session &session);
 
 /// The version of the client library, such as "11.2.0.4.0". An environment must exist.
 std::string client_version();

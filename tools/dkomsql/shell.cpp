@@ -13,8 +13,9 @@
 #include <fmt/format.h>
 
 #include "interrupt.h"
-#include "line_editor.h"
+#include "libraries.h"
 #include "meta_commands.h"
+#include "pager.h"
 #include "progress.h"
 #include "utf8.h"
 
@@ -58,7 +59,32 @@ std::string pointer_to(const SqlStatement &statement, std::size_t offset)
                        excerpt.caret);
 }
 
-/// Counts how deeply files include each other.
+/// Statements and arguments that are no text would be stored as something else, or shown as nothing sensible.
+void check_text(std::string_view text)
+{
+    if (!takes_utf8())
+        return;
+    if (const std::optional<std::size_t> at = malformed_at(text))
+        throw UserError(fmt::format("byte 0x{:02X} at position {} is no valid UTF-8; nothing was run",
+                                    static_cast<unsigned char>(text[*at]), *at + 1));
+}
+
+/// The command that a line stands for without its backslash: what people type to leave or for help. Empty for
+/// others.
+std::string_view command_without_backslash(std::string_view line)
+{
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 3> commands{
+        {{"EXIT", "\\q"}, {"QUIT", "\\q"}, {"HELP", "\\help"}}};
+    const std::size_t end = line.find_last_not_of(" \t;");
+    const std::string word = folded_name(line.substr(0, end == std::string_view::npos ? 0 : end + 1));
+    for (const auto &[typed, command] : commands) {
+        if (word == typed)
+            return command;
+    }
+    return "";
+}
+
+/// Counts how deeply something is in itself.
 class DepthGuard
 {
 public:
@@ -75,6 +101,8 @@ private:
 
 void set_bind(Binds &binds, std::string_view name, std::optional<std::string> value)
 {
+    if (value)
+        check_text(*value);
     if (name.starts_with(':'))
         name.remove_prefix(1);
     const std::vector<std::string> names = placeholders(fmt::format(":{}", name));
@@ -83,18 +111,29 @@ void set_bind(Binds &binds, std::string_view name, std::optional<std::string> va
     binds[folded_name(name)] = std::move(value);
 }
 
-Shell::Shell(const Session &session, Settings settings) : session_(session), settings_(std::move(settings)) {}
+Shell::Shell(Connector connector, std::unique_ptr<Session> session, Settings settings)
+    : connector_(std::move(connector)), session_(std::move(session)), settings_(std::move(settings))
+{
+}
 
 Shell::~Shell()
 {
-    if (!may_have_changes_)
+    end_open_transaction();
+}
+
+/// Locks alone are given up without a word.
+void Shell::end_open_transaction()
+{
+    if (open_ == Open::nothing)
         return;
     try {
-        session_.rollback();
-        fmt::print(stderr, "warning: changes that were not committed have been rolled back\n");
+        session_->rollback();
+        if (open_ == Open::changes)
+            complain("warning: changes that were not committed have been rolled back");
     } catch (const std::exception &error) {
         std::fprintf(stderr, "warning: the open transaction cannot be rolled back: %s\n", error.what());
     }
+    open_ = Open::nothing;
 }
 
 std::ostream &Shell::out()
@@ -102,136 +141,121 @@ std::ostream &Shell::out()
     return file_.is_open() ? static_cast<std::ostream &>(file_) : std::cout;
 }
 
+void Shell::connect(const std::string &target)
+{
+    if (may_have_changes())
+        throw UserError("there may be changes that are not committed; \\commit or \\rollback them first");
+    std::unique_ptr<Session> session = connector_.connect(parse_target(target));
+    end_open_transaction();
+    session_ = std::move(session);
+    definitions_++;
+    if (session_->greeting())
+        complain(fmt::format("warning: {}", session_->greeting()->what()));
+    remark(fmt::format("Connected to {}, served by {}.", session_->link(), name_of(session_->backend())));
+}
+
 bool Shell::run_script(std::istream &in, const std::string &name)
 {
     constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
-    StatementSplitter splitter;
-    Source source{name, 0};
+    std::size_t not_counted = 0;
+    const DepthGuard guard(&in == &std::cin ? standard_input_depth_ : not_counted);
+    Input input{name};
     std::string line;
     while (std::getline(in, line)) {
-        if (source.line == 0 && line.starts_with(byte_order_mark))
+        if (input.line == 0 && line.starts_with(byte_order_mark))
             line.erase(0, byte_order_mark.size());
         if (line.ends_with('\r'))
             line.pop_back();
-        if (!take_line(splitter, line, source) || interrupted())
+        if (!take_line(input, line) || interrupted())
             return false;
     }
+    if (interrupted())
+        return false;
     if (in.bad())
         throw UserError(fmt::format("cannot read {}", name));
-    const std::optional<SqlStatement> rest = splitter.finish();
-    return !rest || run_statement(*rest, source);
+    const std::optional<SqlStatement> rest = input.splitter.finish();
+    return !rest || run_statement(*rest, input);
 }
 
-void Shell::run_interactive()
+void Shell::begin_interactive()
 {
+    is_interactive_ = true;
     settings_.stop_on_error = false;
-    catch_interrupts();
-    LineEditor editor(history_file());
-    fmt::print("dkomsql {} on {}, served by {}. \\help lists the commands, \\q leaves.\n", DKOMSQL_VERSION,
-               session_.link(), name_of(session_.backend()));
-
-    StatementSplitter splitter;
-    Source source;
-    std::string entry;
-    while (!leaving_) {
-        clear_interrupt();
-        std::fflush(stdout);
-        const std::optional<std::string> line = editor.read_line(prompt(splitter.pending()));
-        if (!line) {
-            fmt::print("\n");
-            if (!interrupted())
-                break;
-            splitter.discard();
-            entry.clear();
-            continue;
-        }
-        entry += (entry.empty() ? "" : "\n") + *line;
-        take_line(splitter, *line, source);
-        if (interrupted())
-            splitter.discard();
-        if (!splitter.pending()) {
-            if (entry.find_first_not_of(" \t\n") != std::string::npos)
-                editor.remember(entry);
-            entry.clear();
-        }
-    }
 }
 
-/// Returns false when the run of statements has to end.
-bool Shell::take_line(StatementSplitter &splitter, const std::string &line, Source &source)
+bool Shell::take_line(Input &input, const std::string &line)
 {
-    source.line++;
+    input.line++;
+    StatementSplitter &splitter = input.splitter;
     const std::size_t start = line.find_first_not_of(" \t");
-    if (!splitter.pending() && start != std::string::npos && line[start] == '\\') {
-        splitter.add_line(""); // keeps its line numbers right
-        splitter.discard();
-        return run_command(line.substr(start), source);
+    if (!splitter.pending() && start != std::string::npos) {
+        const std::string_view command = command_without_backslash(std::string_view(line).substr(start));
+        if (line[start] == '\\' || !command.empty()) {
+            splitter.add_line(""); // keeps its line numbers right
+            splitter.discard();
+            return run_command(command.empty() ? line.substr(start) : std::string(command), input);
+        }
     }
     splitter.add_line(line);
     while (const std::optional<SqlStatement> statement = splitter.next()) {
-        if (!run_statement(*statement, source) || interrupted())
+        if (!run_statement(*statement, input) || interrupted())
             return false;
     }
     return true;
 }
 
-bool Shell::run_statement(const SqlStatement &statement, const Source &source)
+bool Shell::run_statement(const SqlStatement &statement, const Input &input)
 {
     const auto start = std::chrono::steady_clock::now();
-    try {
-        execute(statement);
-        check_output();
-    } catch (const OciError &error) {
-        report_error(error, statement, source);
-        return failed();
-    } catch (const UserError &error) {
-        report(source.name.empty() ? error.what()
-                                   : fmt::format("{}:{}: {}", source.name, statement.line, error.what()));
-        return failed();
-    }
+    last_statement_ = statement.text;
+    const bool goes_on = run_reporting(statement, input, [&] { execute(statement); });
     if (settings_.timing) {
         const std::chrono::duration<double, std::milli> elapsed = std::chrono::steady_clock::now() - start;
         remark(fmt::format("Time: {:.3f} ms", elapsed.count()));
     }
-    return true;
+    return goes_on;
 }
 
-bool Shell::run_command(const std::string &line, const Source &source)
+bool Shell::run_command(const std::string &line, const Input &input)
+{
+    const bool goes_on = run_reporting({"", input.line}, input, [&] {
+        check_text(line);
+        run_meta_command(*this, line);
+    });
+    return goes_on && !has_ended();
+}
+
+/// Runs something, and reports why it failed. Returns whether to go on.
+bool Shell::run_reporting(const SqlStatement &place, const Input &input, const std::function<void()> &run)
 {
     try {
-        run_meta_command(*this, line);
+        run();
         check_output();
+        return true;
     } catch (const OciError &error) {
-        report_error(error, {"", source.line}, source);
-        return failed();
+        report_error(error, place, input);
     } catch (const std::exception &error) {
-        report(source.name.empty() ? error.what()
-                                   : fmt::format("{}:{}: {}", source.name, source.line, error.what()));
-        return failed();
+        report(input.name.empty() ? error.what()
+                                  : fmt::format("{}:{}: {}", input.name, place.line, error.what()));
     }
-    return !has_ended();
-}
-
-/// Notes a failure; returns whether to go on all the same.
-bool Shell::failed()
-{
     has_failed_ = true;
     return !settings_.stop_on_error;
 }
 
 void Shell::execute(const SqlStatement &statement)
 {
+    check_text(statement.text);
     const TransactionEnd end = transaction_end(statement.text);
     if (end != TransactionEnd::none) {
         end_transaction(end);
         return;
     }
-    Statement prepared(session_, statement.text);
+    Statement prepared(*session_, statement.text);
     bind_values(prepared, statement.text);
     const Commit commit = settings_.autocommit ? Commit::at_once : Commit::later;
     if (const std::optional<OciError> warning = prepared.execute(commit))
-        fmt::print(stderr, "warning: {}\n", warning->what());
-    note_transaction(prepared);
+        complain(fmt::format("warning: {}", warning->what()));
+    note_transaction(prepared, statement.text);
     if (prepared.is_query())
         write_rows(prepared);
     else
@@ -240,14 +264,14 @@ void Shell::execute(const SqlStatement &statement)
 
 void Shell::commit()
 {
-    session_.commit();
-    may_have_changes_ = false;
+    session_->commit();
+    open_ = Open::nothing;
 }
 
 void Shell::rollback()
 {
-    session_.rollback();
-    may_have_changes_ = false;
+    session_->rollback();
+    open_ = Open::nothing;
 }
 
 void Shell::end_transaction(TransactionEnd how)
@@ -262,30 +286,53 @@ void Shell::end_transaction(TransactionEnd how)
 
 /// Whether a transaction is open cannot be asked, but it can be told from what has been run: definitions
 /// commit by themselves, queries change nothing, anything else may have made changes.
-void Shell::note_transaction(const Statement &statement)
+void Shell::note_transaction(const Statement &statement, const std::string &sql)
 {
     switch (statement.type()) {
     case OCI_STMT_CREATE:
     case OCI_STMT_DROP:
     case OCI_STMT_ALTER:
-        may_have_changes_ = false;
+        open_ = Open::nothing;
+        definitions_++;
         break;
     case OCI_STMT_SELECT:
+        if (open_ == Open::nothing && locks_rows(sql))
+            open_ = Open::locks;
         break;
     default:
-        may_have_changes_ = may_have_changes_ || !settings_.autocommit;
+        note_changes();
         break;
     }
 }
 
 void Shell::query(const std::string &sql, const std::function<void(Statement &)> &read)
 {
-    Statement statement(session_, sql);
+    Statement statement(*session_, sql);
     if (!statement.is_query())
         throw UserError("this is no query");
     bind_values(statement, sql);
     statement.execute(Commit::later);
+    note_transaction(statement, sql);
     read(statement);
+}
+
+std::vector<std::vector<std::string>> Shell::rows_of(const std::string &sql, const std::string &pattern,
+                                                     std::size_t most_rows) const
+{
+    constexpr std::size_t longest = 4000;
+    Statement statement(*session_, sql);
+    statement.bind("pattern", pattern);
+    statement.execute(Commit::later);
+    Cursor cursor(statement, {longest, longest});
+    std::vector<std::vector<std::string>> rows;
+    while (rows.size() < most_rows && cursor.fetch() > 0) {
+        for (std::size_t row = 0; row < cursor.rows(); row++) {
+            std::vector<std::string> &texts = rows.emplace_back();
+            for (const Cell &cell : cursor.row(row))
+                texts.emplace_back(cell.text);
+        }
+    }
+    return rows;
 }
 
 void Shell::bind_values(Statement &statement, const std::string &sql)
@@ -301,37 +348,85 @@ void Shell::bind_values(Statement &statement, const std::string &sql)
     }
 }
 
-void Shell::write_rows(Statement &statement)
+/// In a table, large objects are told apart by their beginnings; programs that read the other formats want
+/// all.
+CursorLimits Shell::limits() const
 {
-    // In a table, large objects are told apart by their beginnings; programs that read the other formats want
-    // as much as there is room for.
     constexpr std::size_t lob_head_bytes = 40;
-    const bool is_table = settings_.format == Format::table;
-    Cursor cursor(statement, settings_.longest_value,
-                  is_table ? std::min(lob_head_bytes, settings_.longest_value) : settings_.longest_value);
-    const bool to_terminal = !file_.is_open() && colours_allowed(STDOUT_FILENO);
-    WriterOptions options{settings_.header, to_terminal, {}};
+    CursorLimits limits{settings_.longest_value, settings_.longest_value};
+    if (settings_.format == Format::table)
+        limits.lob = std::min(lob_head_bytes, settings_.longest_value.value_or(lob_head_bytes));
+    return limits;
+}
+
+WriterOptions Shell::writer_options(const Cursor &cursor) const
+{
+    WriterOptions options;
+    options.header = settings_.header;
+    options.colours = !file_.is_open() && colours_allowed(STDOUT_FILENO);
+    options.expanded = settings_.expanded;
+    options.null_text = settings_.null_text;
     if (settings_.types)
         options.types = cursor.types();
-    const std::unique_ptr<ResultWriter> writer =
-        make_writer(settings_.format, out(), cursor.columns(), options);
+    if (settings_.json_numbers)
+        options.numbers = cursor.numbers();
+    return options;
+}
+
+void Shell::write_rows(Statement &statement)
+{
+    Cursor cursor(statement, limits());
+    std::optional<PagedOutput> paged;
+    if (settings_.pager && is_interactive_ && !file_.is_open() && isatty(STDOUT_FILENO) != 0)
+        paged.emplace(pager_command());
+    const std::unique_ptr<ResultWriter> writer = make_writer(
+        settings_.format, paged ? paged->stream() : out(), cursor.columns(), writer_options(cursor));
 
     std::size_t cut_values = 0;
-    while (fetch(cursor) > 0) {
-        for (std::size_t row = 0; row < cursor.rows(); row++)
-            cut_values += write_row(cursor, row, *writer);
+    const bool is_wanted_whole = settings_.format != Format::table && !settings_.longest_value;
+    while (fetch(cursor) > 0 && !(is_wanted_whole && cut_values > 0)) {
+        for (std::size_t row = 0; row < cursor.rows(); row++) {
+            const std::vector<Cell> &cells = cursor.row(row);
+            if (interrupted())
+                break; // a large object may be read in part
+            // Of what is cut in a table, the length is told beside it.
+            cut_values +=
+                static_cast<std::size_t>(std::count_if(cells.begin(), cells.end(), [](const Cell &cell) {
+                    return cell.is_cut && cell.length.empty();
+                }));
+            if (is_wanted_whole && cut_values > 0)
+                break; // what is not whole is no data
+            writer->row(cells);
+        }
         if (cursor.remark())
-            fmt::print(stderr, "warning: {}\n", cursor.remark()->what());
-        if (interrupted())
+            complain(fmt::format("warning: {}", cursor.remark()->what()));
+        if (interrupted() || (paged && paged->is_left()))
             break;
     }
     writer->finish();
+    if (paged)
+        paged->finish();
     out().flush();
     if (interrupted())
         report("interrupted: the rows are not complete");
-    if (cut_values > 0)
-        fmt::print(stderr, "warning: {} value{} cut after {} bytes; --max-value sets another limit\n",
-                   cut_values, cut_values == 1 ? "" : "s", settings_.longest_value);
+    report_cut_values(cut_values);
+}
+
+/// Values that are cut although nobody asked for that are an error.
+void Shell::report_cut_values(std::size_t count) const
+{
+    if (count == 0)
+        return;
+    const std::string values = fmt::format("{} value{}", count, count == 1 ? "" : "s");
+    if (settings_.longest_value) {
+        complain(fmt::format("warning: {} cut after {} bytes; --max-value sets another limit", values,
+                             *settings_.longest_value));
+        return;
+    }
+    throw UserError(
+        fmt::format("{} cannot be fetched whole{}; --max-value {} shows the beginning of long values", values,
+                    is_extended() ? "" : " through the exact edition on this connection, but by dkomsql",
+                    longest_array_value));
 }
 
 /// Rows that came before the user broke the query are shown all the same.
@@ -344,20 +439,6 @@ std::size_t Shell::fetch(Cursor &cursor)
             throw;
         return 0;
     }
-}
-
-/// Returns how many values are cut without a word about it in the result itself.
-std::size_t Shell::write_row(const Cursor &cursor, std::size_t row, ResultWriter &writer) const
-{
-    std::vector<Cell> cells;
-    std::size_t cut_values = 0;
-    for (std::size_t column = 0; column < cursor.columns().size(); column++) {
-        cells.push_back(cursor.cell(row, column));
-        const bool tells_length = settings_.format == Format::table && !cells.back().length.empty();
-        cut_values += cells.back().is_cut && !tells_length ? 1 : 0;
-    }
-    writer.row(cells);
-    return cut_values;
 }
 
 void Shell::report_changes(const Statement &statement)
@@ -373,14 +454,15 @@ void Shell::report_changes(const Statement &statement)
     out() << fmt::format("{} row{} {}.\n", rows, rows == 1 ? "" : "s", verb);
 }
 
-void Shell::report_error(const OciError &error, const SqlStatement &statement, const Source &source)
+void Shell::report_error(const OciError &error, const SqlStatement &statement, const Input &input)
 {
     out().flush();
     std::size_t line = statement.line;
     if (error.offset)
         line += locate(statement.text, *error.offset).line;
-    const std::string place = source.name.empty() ? "" : fmt::format("{}:{}: ", source.name, line);
-    fmt::print(stderr, "{}{} {}\n", place, error_word(&session_), error.what());
+    const std::string place = input.name.empty() ? "" : fmt::format("{}:{}: ", input.name, line);
+    fmt::print(stderr, "{}{} {}\n", printable(place), error_word(session_.get()),
+               printable_lines(error.what()));
     if (error.offset && !statement.text.empty())
         fmt::print(stderr, "{}", pointer_to(statement, *error.offset));
 }
@@ -388,16 +470,21 @@ void Shell::report_error(const OciError &error, const SqlStatement &statement, c
 void Shell::report(std::string_view message)
 {
     out().flush();
-    fmt::print(stderr, "{} {}\n", error_word(nullptr), message);
+    fmt::print(stderr, "{} {}\n", error_word(nullptr), printable_lines(message));
+}
+
+void Shell::complain(std::string_view message)
+{
+    fmt::print(stderr, "{}\n", printable_lines(message));
 }
 
 void Shell::remark(std::string_view message)
 {
     if (settings_.format == Format::table) {
-        out() << message << '\n';
+        out() << printable_lines(message) << '\n';
         out().flush();
     } else {
-        fmt::print(stderr, "{}\n", message);
+        complain(message);
     }
 }
 
@@ -438,8 +525,10 @@ void Shell::redirect(const std::string &path)
 
 std::string Shell::prompt(bool continuation) const
 {
-    const char *mark = may_have_changes_ ? "*" : "";
-    std::string text = fmt::format("{} [{}]{}> ", session_.link(), name_of(session_.backend()), mark);
+    const std::string user = session_->user().empty() ? "" : session_->user() + "@";
+    const char *mark = open_ == Open::nothing ? "" : "*";
+    const std::string text =
+        printable(fmt::format("{}{} [{}]{}> ", user, session_->link(), name_of(session_->backend()), mark));
     if (!continuation)
         return text;
     return fmt::format("{:>{}}", "...> ", display_width(text));

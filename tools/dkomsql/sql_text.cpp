@@ -230,6 +230,49 @@ std::vector<std::string> placeholders(std::string_view sql)
     return names;
 }
 
+bool locks_rows(std::string_view sql)
+{
+    std::string before;
+    for (std::size_t at = skip_blanks_and_comments(sql); at < sql.size();) {
+        const Token token = token_at(sql, at);
+        const std::string word = token.kind == Kind::word ? upper(sql.substr(at, token.end - at)) : "";
+        if (before == "FOR" && word == "UPDATE")
+            return true;
+        before = word;
+        at = skip_blanks_and_comments(sql, token.end);
+    }
+    return false;
+}
+
+std::vector<std::string> tables_named(std::string_view sql)
+{
+    constexpr std::array openers{"FROM", "JOIN", "INTO", "UPDATE", "TABLE"};
+    constexpr std::array enders{"WHERE", "GROUP", "ORDER", "SET", "VALUES", "SELECT", "ON", "USING"};
+    const auto is_one_of = [](const auto &list, const std::string &word) {
+        return std::find(list.begin(), list.end(), word) != list.end();
+    };
+    std::vector<std::string> names;
+    bool is_expected = false;
+    bool in_list = false; // a comma brings another name
+    for (std::size_t at = skip_blanks_and_comments(sql); at < sql.size();) {
+        const Token token = token_at(sql, at);
+        const std::string_view text = sql.substr(at, token.end - at);
+        const std::string word = token.kind == Kind::word ? upper(text) : "";
+        if (is_one_of(openers, word)) {
+            is_expected = in_list = true;
+        } else if (is_one_of(enders, word)) {
+            is_expected = in_list = false;
+        } else if (is_expected && (token.kind == Kind::word || text.front() == '"')) {
+            names.emplace_back(text);
+            is_expected = false;
+        } else {
+            is_expected = in_list && text == ",";
+        }
+        at = skip_blanks_and_comments(sql, token.end);
+    }
+    return names;
+}
+
 TransactionEnd transaction_end(std::string_view sql)
 {
     const std::vector<std::string> words = leading_words(sql, 3);

@@ -34,6 +34,9 @@ public:
     /// True when a statement has been begun and not ended.
     bool pending() const;
 
+    /// The text of what has been begun.
+    const std::string &text() const { return buffer_; }
+
     /// Forgets what has been begun; line numbers go on.
     void discard();
 
@@ -52,6 +55,12 @@ std::vector<std::string> placeholders(std::string_view sql);
 
 /// The form of a placeholder name under which its value is kept.
 std::string folded_name(std::string_view name);
+
+/// Whether a query locks its rows (FOR UPDATE).
+bool locks_rows(std::string_view sql);
+
+/// Names behind FROM, JOIN, INTO, UPDATE and TABLE as they stand in the text, which may be incomplete.
+std::vector<std::string> tables_named(std::string_view sql);
 
 /// What a statement does to a transaction as a whole.
 enum class TransactionEnd { none, commit, rollback };

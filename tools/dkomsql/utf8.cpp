@@ -1,6 +1,8 @@
 #include "utf8.h"
 
+#include <algorithm>
 #include <clocale>
+#include <cstdlib>
 #include <cwchar>
 #include <langinfo.h>
 #include <string>
@@ -74,6 +76,12 @@ void use_utf8_locale()
     std::setlocale(LC_NUMERIC, "C");
 }
 
+bool takes_utf8()
+{
+    const char *nls_lang = std::getenv("NLS_LANG");
+    return nls_lang == nullptr || std::string_view(nls_lang).ends_with("UTF8");
+}
+
 std::string printable(std::string_view text)
 {
     std::string result;
@@ -89,6 +97,34 @@ std::string printable(std::string_view text)
         text.remove_prefix(character.bytes);
     }
     return result;
+}
+
+std::string printable_lines(std::string_view text)
+{
+    std::string result;
+    for (;;) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        result += printable(text.substr(0, end));
+        if (end == text.size())
+            return result;
+        result += '\n';
+        text.remove_prefix(end + 1);
+    }
+}
+
+std::optional<std::size_t> malformed_at(std::string_view text)
+{
+    for (std::size_t at = 0; at < text.size();) {
+        if (static_cast<unsigned char>(text[at]) < 0x80) {
+            at++;
+            continue;
+        }
+        const Character character = first_character(text.substr(at));
+        if (character.malformed)
+            return at;
+        at += character.bytes;
+    }
+    return std::nullopt;
 }
 
 std::size_t display_width(std::string_view text)

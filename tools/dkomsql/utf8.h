@@ -2,6 +2,7 @@
 #define DKOMSQL_UTF8_H
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -12,9 +13,19 @@ namespace dkomsql
 /// otherwise. Call once, before any other function of this file.
 void use_utf8_locale();
 
+/// Whether the databases are told that texts are UTF-8, so that malformed ones have to be refused: unless the
+/// user has told them otherwise with NLS_LANG.
+bool takes_utf8();
+
 /// Text that a terminal shows on one line: control characters and malformed bytes become escapes such as
 /// `\n`, `\x1B`; everything else is kept.
 std::string printable(std::string_view text);
+
+/// The same for a text of several lines: line feeds are kept.
+std::string printable_lines(std::string_view text);
+
+/// Byte offset of the first malformed character; nothing in a text that is UTF-8 throughout.
+std::optional<std::size_t> malformed_at(std::string_view text);
 
 /// Terminal columns that `text` takes: 2 for wide characters, 0 for combining ones, 1 for malformed bytes.
 std::size_t display_width(std::string_view text);
