@@ -1,5 +1,6 @@
 #include "catalogue/catalogue.h"
 
+#include "sql/own_query.h"
 #include "sql/sqlite_errors.h"
 #include "syntax/sql_failure.h"
 #include "syntax/token.h"
@@ -15,37 +16,20 @@ namespace
 constexpr std::string_view types_mark = "/* types: ";
 constexpr std::string_view not_null_mark = " NOT NULL";
 
-struct finalizer {
-    void operator()(sqlite3_stmt *compiled) const { sqlite3_finalize(compiled); }
-};
-using compiled_query = std::unique_ptr<sqlite3_stmt, finalizer>;
-
-compiled_query compile(sqlite3 *db, const std::string &sql)
+own_query compile(sqlite3 *db, const std::string &sql)
 {
-    sqlite3_stmt *compiled = nullptr;
-    const int code = sqlite3_prepare_v2(db, sql.c_str(), -1, &compiled, nullptr);
-    if (code != SQLITE_OK)
-        throw failure{sqlite_record(db, code)};
-    return compiled_query(compiled);
+    auto compiled = compile_query(db, sql);
+    if (!compiled)
+        throw failure{sqlite_record(db, sqlite3_errcode(db))};
+    return compiled;
 }
 
-bool step(sqlite3 *db, const compiled_query &query)
+bool step(sqlite3 *db, const own_query &query)
 {
     const int code = sqlite3_step(query.get());
     if (code != SQLITE_ROW && code != SQLITE_DONE)
         throw failure{sqlite_record(db, code)};
     return code == SQLITE_ROW;
-}
-
-std::string text_of(sqlite3_stmt *row, int column)
-{
-    const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(row, column));
-    return text ? text : "";
-}
-
-void bind_name(const compiled_query &query, const std::string &name)
-{
-    sqlite3_bind_text(query.get(), 1, name.data(), static_cast<int>(name.size()), SQLITE_TRANSIENT);
 }
 
 table_info dual_info()
@@ -105,11 +89,8 @@ std::string view_types_remark(const std::vector<view_column> &columns)
 
 int catalogue::refresh()
 {
-    sqlite3_stmt *query = nullptr;
-    if (sqlite3_prepare_v2(db_, "PRAGMA schema_version", -1, &query, nullptr) != SQLITE_OK)
-        throw failure{sqlite_record(db_, sqlite3_errcode(db_))};
-    const compiled_query owned(query);
-    const int version = step(db_, owned) ? sqlite3_column_int(query, 0) : 0;
+    const auto query = compile(db_, "PRAGMA schema_version");
+    const int version = step(db_, query) ? sqlite3_column_int(query.get(), 0) : 0;
     if (version != version_)
         tables_.clear();
     return version_ = version;
@@ -122,7 +103,7 @@ schema_entry catalogue::find_entry(const std::string &name) const
                      "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'");
     bind_name(query, name);
     while (step(db_, query)) {
-        schema_entry found{text_of(query.get(), 0), text_of(query.get(), 1), text_of(query.get(), 2)};
+        schema_entry found{column_text(query, 0), column_text(query, 1), column_text(query, 2)};
         if (shown_name(found.name, found.sql) == name)
             return found;
     }
@@ -179,12 +160,12 @@ void catalogue::read_columns(table_info &table, const std::string &sql) const
         if (hiding == 1)
             continue;
         column_info column;
-        column.engine_name = text_of(query.get(), column_name);
+        column.engine_name = column_text(query, column_name);
         column.name = shown_name(column.engine_name, sql);
-        column.type = parse_declared_type(text_of(query.get(), column_type));
+        column.type = parse_declared_type(column_text(query, column_type));
         column.is_nullable =
             !sqlite3_column_int(query.get(), not_null) && !sqlite3_column_int(query.get(), key_place);
-        column.default_sql = text_of(query.get(), default_value);
+        column.default_sql = column_text(query, default_value);
         column.is_generated = hiding != 0;
         table.columns.push_back(std::move(column));
     }

@@ -1,6 +1,8 @@
 #include "connections/broken_keys.h"
 
-#include <memory>
+#include "sql/own_query.h"
+#include "syntax/token.h"
+
 #include <set>
 #include <tuple>
 
@@ -12,45 +14,13 @@ namespace
 // Rows that had no parent before the transaction are told, too; more of them than this hide the others.
 constexpr std::size_t most_keys = 1000;
 
-struct finalizer {
-    void operator()(sqlite3_stmt *compiled) const { sqlite3_finalize(compiled); }
-};
-using compiled_query = std::unique_ptr<sqlite3_stmt, finalizer>;
-
-// Null where SQLite refuses: what is asked here only makes an error more exact.
-compiled_query compile(sqlite3 *db, const std::string &sql)
-{
-    sqlite3_stmt *compiled = nullptr;
-    sqlite3_prepare_v2(db, sql.c_str(), -1, &compiled, nullptr);
-    return compiled_query(compiled);
-}
-
-bool step(const compiled_query &query)
-{
-    return query && sqlite3_step(query.get()) == SQLITE_ROW;
-}
-
-std::string text_of(const compiled_query &row, int column)
-{
-    const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(row.get(), column));
-    return text ? text : "";
-}
-
-std::string quoted(const std::string &name)
-{
-    std::string result = "\"";
-    for (const char c : name)
-        result.append(c == '"' ? 2 : 1, c);
-    return result += '"';
-}
-
 // Calls act(table, row, key) for each row without a parent until it returns false.
 template <class Action> void for_each_broken_key(sqlite3 *db, const Action &act)
 {
     enum : int { table, row, parent, key };
-    const auto query = compile(db, "PRAGMA foreign_key_check");
-    while (step(query))
-        if (!act(text_of(query, table), sqlite3_column_int64(query.get(), row),
+    const auto query = compile_query(db, "PRAGMA foreign_key_check");
+    while (next_row(query))
+        if (!act(column_text(query, table), sqlite3_column_int64(query.get(), row),
                  sqlite3_column_int(query.get(), key)))
             return;
 }
@@ -58,22 +28,37 @@ template <class Action> void for_each_broken_key(sqlite3 *db, const Action &act)
 // Empty where there is no such row.
 std::string values_of_key(sqlite3 *db, const std::string &table, sqlite3_int64 row, int key)
 {
-    const auto columns = compile(db, "SELECT \"from\" FROM pragma_foreign_key_list(?1) WHERE id = ?2");
+    const auto columns = compile_query(db, "SELECT \"from\" FROM pragma_foreign_key_list(?1) WHERE id = ?2");
     if (!columns)
         return "";
-    sqlite3_bind_text(columns.get(), 1, table.c_str(), -1, SQLITE_STATIC);
+    bind_name(columns, table);
     sqlite3_bind_int(columns.get(), 2, key);
     std::string list;
-    while (step(columns))
-        list += (list.empty() ? "quote(" : " || ',' || quote(") + quoted(text_of(columns, 0)) + ")";
-    const auto values = compile(db, "SELECT " + list + " FROM " + quoted(table) + " WHERE _rowid_ = ?1");
+    while (next_row(columns))
+        list +=
+            (list.empty() ? "quote(" : " || ',' || quote(") + sql::quoted_name(column_text(columns, 0)) + ")";
+    const auto values =
+        compile_query(db, "SELECT " + list + " FROM " + sql::quoted_name(table) + " WHERE _rowid_ = ?1");
     if (!values)
         return "";
     sqlite3_bind_int64(values.get(), 1, row);
-    return step(values) ? text_of(values, 0) : "";
+    return next_row(values) ? column_text(values, 0) : "";
 }
 
 } // namespace
+
+table_keys keys_of(sqlite3 *db, const std::string &table)
+{
+    const auto finds = [&](const std::string &sql) {
+        const auto query = compile_query(db, sql);
+        if (query)
+            bind_name(query, table);
+        return next_row(query);
+    };
+    return {finds("SELECT 1 FROM pragma_foreign_key_list(?1)"),
+            finds("SELECT 1 FROM sqlite_schema AS one, pragma_foreign_key_list(one.name) AS key "
+                  "WHERE one.type = 'table' AND key.\"table\" = ?1 COLLATE NOCASE")};
+}
 
 broken_keys::broken_keys(sqlite3 *db)
 {

@@ -1,4 +1,4 @@
-// The foreign keys that stop a commit: SQLite tells that there are some, and not which.
+// The foreign keys that stop a commit or a change: SQLite tells that there are some, and not which.
 #pragma once
 
 #include <string>
@@ -9,10 +9,16 @@
 namespace sqlite_oci
 {
 
+// On which sides of foreign keys a table stands.
+struct table_keys {
+    bool is_child = false, is_parent = false;
+};
+table_keys keys_of(sqlite3 *db, const std::string &table);
+
 class broken_keys
 {
 public:
-    // While the changes of the transaction are still there.
+    // While the changes are still there.
     explicit broken_keys(sqlite3 *db);
 
     // After they were taken back: whether the first row without a parent is as it was, so that the parent has

@@ -204,6 +204,24 @@ error_record connection::roll_back_after(const error_record &refusal)
     return record(SQLITE_CONSTRAINT_FOREIGNKEY, is_parent_gone ? sql_action::remove : sql_action::insert);
 }
 
+error_record connection::broken_key_record(const std::string &table, sqlite3_stmt *update)
+{
+    const table_keys keys = keys_of(db_, table);
+    bool is_parent_gone = keys.is_parent;
+    if (keys.is_parent && keys.is_child) {
+        sqlite3_reset(update);
+        execute("SAVEPOINT \"oci$keys\"");
+        run("PRAGMA defer_foreign_keys = ON");
+        while (sqlite3_step(update) == SQLITE_ROW) {
+        }
+        sqlite3_reset(update);
+        const broken_keys broken(db_);
+        run("ROLLBACK TO \"oci$keys\"; RELEASE \"oci$keys\"; PRAGMA defer_foreign_keys = OFF");
+        is_parent_gone = broken.parent_was_removed(db_);
+    }
+    return record(SQLITE_CONSTRAINT_FOREIGNKEY, is_parent_gone ? sql_action::remove : sql_action::update);
+}
+
 void connection::rollback()
 {
     end_transaction("ROLLBACK");

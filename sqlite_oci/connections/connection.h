@@ -84,6 +84,10 @@ public:
     error_record record(int code, sql_action action = sql_action::other,
                         std::string_view statement = {}) const;
 
+    // The record for an UPDATE of a table that a foreign key has stopped: the key of the row, or of rows that
+    // refer to it. The statement is run again for that where the table has both; nothing stays of it.
+    error_record broken_key_record(const std::string &table, sqlite3_stmt *update);
+
     // What is selected for update and changed through locators; null while there is nothing. See lobs_of().
     std::unique_ptr<transaction_part> lobs;
 

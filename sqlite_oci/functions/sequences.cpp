@@ -1,11 +1,11 @@
 #include "functions/sequences.h"
 
 #include "functions/session_settings.h"
+#include "sql/own_query.h"
 #include "syntax/token.h"
 
 #include <charconv>
 #include <limits>
-#include <memory>
 
 namespace sqlite_oci
 {
@@ -26,22 +26,9 @@ enum : int {
     ora_bad_number = 4001,
 };
 
-struct finalizer {
-    void operator()(sqlite3_stmt *compiled) const { sqlite3_finalize(compiled); }
-};
-using compiled_query = std::unique_ptr<sqlite3_stmt, finalizer>;
-
-compiled_query compile(sqlite3 *db, const std::string &sql)
-{
-    sqlite3_stmt *compiled = nullptr;
-    sqlite3_prepare_v2(db, sql.c_str(), -1, &compiled, nullptr);
-    return compiled_query(compiled);
-}
-
 bool has_row(sqlite3 *db, const std::string &sql)
 {
-    const auto query = compile(db, sql);
-    return query && sqlite3_step(query.get()) == SQLITE_ROW;
+    return next_row(compile_query(db, sql));
 }
 
 // Numbers of up to 28 digits are usual for bounds, which here end with 64 bits.
@@ -160,9 +147,9 @@ int next_value(sqlite3 *db, session_settings &settings, const std::string &name,
 {
     if (!has_sequences(db))
         return ora_no_sequence;
-    const auto query = compile(db, std::string("SELECT increment, minimum, maximum, cycles, next FROM ") +
-                                       table + where_name(name));
-    if (!query || sqlite3_step(query.get()) != SQLITE_ROW)
+    const auto query = compile_query(
+        db, std::string("SELECT increment, minimum, maximum, cycles, next FROM ") + table + where_name(name));
+    if (!next_row(query))
         return ora_no_sequence;
     const std::int64_t step = sqlite3_column_int64(query.get(), 0),
                        least = sqlite3_column_int64(query.get(), 1),
@@ -178,8 +165,8 @@ int next_value(sqlite3 *db, session_settings &settings, const std::string &name,
     std::int64_t next = 0;
     const bool overflows = __builtin_add_overflow(*number, step, &next);
     const auto change =
-        compile(db, std::string("UPDATE ") + table + " SET next = " +
-                        (overflows ? std::string("NULL") : std::to_string(next)) + where_name(name));
+        compile_query(db, std::string("UPDATE ") + table + " SET next = " +
+                              (overflows ? std::string("NULL") : std::to_string(next)) + where_name(name));
     if (!change || sqlite3_step(change.get()) != SQLITE_DONE)
         return 54;
     settings.sequence_values[name] = *number;

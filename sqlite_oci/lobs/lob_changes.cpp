@@ -1,6 +1,7 @@
 #include "lobs/lob_changes.h"
 
 #include "lobs/lob.h"
+#include "sql/own_query.h"
 
 #include <utility>
 
@@ -12,10 +13,6 @@ namespace
 struct free_text {
     void operator()(char *text) const { sqlite3_free(text); }
 };
-struct finalize {
-    void operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
-};
-using owned_statement = std::unique_ptr<sqlite3_stmt, finalize>;
 
 [[noreturn]] void fail_in_engine(const connection &on)
 {
@@ -23,17 +20,17 @@ using owned_statement = std::unique_ptr<sqlite3_stmt, finalize>;
 }
 
 // `format` names the column, the schema and the table of the cell in this order.
-owned_statement compile(const connection &on, const char *format, const std::string &first,
-                        const std::string &second, const std::string &third)
+own_query compile(const connection &on, const char *format, const std::string &first,
+                  const std::string &second, const std::string &third)
 {
     const std::unique_ptr<char, free_text> sql(
         sqlite3_mprintf(format, first.c_str(), second.c_str(), third.c_str()));
     if (!sql)
         throw std::bad_alloc();
-    sqlite3_stmt *made = nullptr;
-    if (sqlite3_prepare_v2(on.db(), sql.get(), -1, &made, nullptr) != SQLITE_OK)
+    auto made = compile_query(on.db(), sql.get());
+    if (!made)
         fail_in_engine(on);
-    return owned_statement(made);
+    return made;
 }
 
 [[noreturn]] void fail_without_row()
@@ -42,7 +39,7 @@ owned_statement compile(const connection &on, const char *format, const std::str
 }
 
 // The query of a cell, on its row.
-owned_statement find_row(const connection &on, const lob_cell &cell)
+own_query find_row(const connection &on, const lob_cell &cell)
 {
     auto query = compile(on, "SELECT \"%w\" FROM \"%w\".\"%w\" WHERE _rowid_ = ?", cell.column, cell.schema,
                          cell.table);

@@ -127,7 +127,7 @@ void statement::store_outputs(sqlite3_stmt *from, const sql::translated_step &st
         are_numbers.push_back(one.column.type.type == SQLT_NUM);
     fetched.append(from, static_cast<int>(step.outputs.size()), are_numbers);
     const std::shared_ptr<connection> on = compiled_.on();
-    const std::uint64_t read_at = step.lob_table.empty() ? 0 : lobs_of(*on).moment();
+    const std::uint64_t read_at = step.gives_row_id ? lobs_of(*on).moment() : 0;
     row_store::reader reader(fetched, 0, step.outputs.size());
     reader.next_row();
     for (const sql::output &one : step.outputs) {
@@ -154,7 +154,7 @@ void statement::store_outputs(sqlite3_stmt *from, const sql::translated_step &st
         // A row that the statement has changed is locked by its transaction.
         if (locator && !one.lob_column.empty())
             lobs_of(*on).lock(on, lobs_of(*on).transaction(), read_at,
-                              {"main", step.lob_table, one.lob_column,
+                              {"main", step.table, one.lob_column,
                                sqlite3_column_int64(from, static_cast<int>(step.outputs.size()))},
                               *locator);
     }

@@ -147,20 +147,24 @@ void statement::bind_row(sqlite3_stmt *target, std::size_t row)
     }
 }
 
-int statement::step(connection &on, sqlite3_stmt *running)
+int statement::step(connection &on, sqlite3_stmt *running, const sql::translated_step *of)
 {
     const int code = sqlite3_step(running);
     if (code != SQLITE_ROW && code != SQLITE_DONE)
-        fail_in_engine(on, code, running);
+        fail_in_engine(on, code, running, of);
     return code;
 }
 
-void statement::fail_in_engine(connection &on, int code, sqlite3_stmt *running)
+void statement::fail_in_engine(connection &on, int code, sqlite3_stmt *running,
+                               const sql::translated_step *of)
 {
     error_offset = 0;
     // Blocks and MERGE have steps of several kinds.
     const sql_action of_step = action_of(sqlite3_sql(running));
+    const bool is_broken_key = sqlite3_extended_errcode(on.db()) == SQLITE_CONSTRAINT_FOREIGNKEY;
     failure failed{on.record(code, of_step == sql_action::other ? text.action : of_step, text.original)};
+    if (is_broken_key && of && of_step == sql_action::update)
+        failed.record = on.broken_key_record(of->table, running);
     // SQLite gives the whole transaction up when a change is interrupted or the disk fails.
     if (text.kind == statement_kind::change && !on.in_transaction()) {
         on.rollback();
@@ -275,14 +279,14 @@ void statement::run_step(connection &on, std::size_t index, std::size_t row)
         return on.commit();
     if (translated.rolls_back)
         return on.rollback();
-    if (!translated.lob_table.empty())
-        lobs_of(on).watch({"main", translated.lob_table, "", 0});
+    if (translated.gives_row_id)
+        lobs_of(on).watch({"main", translated.table, "", 0});
     sqlite3_stmt *const running = compiled_.step(index);
     const run_end end{running};
     bind_row(running, row);
     on.forget_changed_row();
     std::size_t rows = 0;
-    while (step(on, running) == SQLITE_ROW) {
+    while (step(on, running, &translated) == SQLITE_ROW) {
         if (translated.outputs.empty())
             continue;
         if (++rows > 1)

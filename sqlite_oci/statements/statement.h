@@ -272,8 +272,9 @@ private:
     void run_savepoint(connection &on);
     sword fetch_exactly(ub4 rows, call_errors errors);
     void change_row(connection &on, std::size_t row);
-    int step(connection &on, sqlite3_stmt *running);
-    [[noreturn]] void fail_in_engine(connection &on, int code, sqlite3_stmt *running);
+    int step(connection &on, sqlite3_stmt *running, const sql::translated_step *of = nullptr);
+    [[noreturn]] void fail_in_engine(connection &on, int code, sqlite3_stmt *running,
+                                     const sql::translated_step *of);
 
     void describe_columns();
     std::vector<value_kind> value_kinds() const;

@@ -86,6 +86,7 @@ void translator::run_insert(insert_statement &tree)
     // SQLite takes the ON of an upsert for that of a join without WHERE.
     sql += ") " + source.sql;
     translated_step &step = add_step("");
+    step.table = table.engine_name;
     scope in;
     table_source(tree.table, in);
     scope_ = &in;
@@ -181,6 +182,7 @@ void translator::run_update(update_statement &tree)
     sql += assignments_of(tree.set, table, in);
     sql += change_condition(tree.where.get(), in, table);
     translated_step &step = add_step("");
+    step.table = table.engine_name;
     sql += returning_of(tree.returning, step);
     step.sql = std::move(sql);
     scope_ = &outermost_;
@@ -219,11 +221,11 @@ std::string translator::returning_of(returning_clause &tree, translated_step &st
         if (row_stays && table.has_row_id && value.is_column &&
             (value.kind() == family::clob || value.kind() == family::blob)) {
             step.outputs.back().lob_column = table.find(tree.values[i]->text)->engine_name;
-            step.lob_table = table.engine_name;
+            step.gives_row_id = true;
         }
         sql += (sql.empty() ? " RETURNING " : ", ") + value.sql;
     }
-    return step.lob_table.empty() ? sql : sql + ", _rowid_";
+    return step.gives_row_id ? sql + ", _rowid_" : sql;
 }
 
 // --- MERGE
@@ -261,7 +263,8 @@ void translator::run_merge(merge_statement &tree)
                      " GROUP BY " + target_alias + "._rowid_ HAVING count(*) > 1");
         check.counts_rows = false;
         add_step("UPDATE " + target + assignments_of(tree.set, table, in) + " FROM " + source_sql +
-                 " WHERE " + on + filter);
+                 " WHERE " + on + filter)
+            .table = table.engine_name;
         if (tree.delete_where) {
             translated_step &removal =
                 add_step("DELETE FROM " + target + " WHERE " + condition_of(*tree.delete_where) +

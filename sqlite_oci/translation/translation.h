@@ -30,7 +30,8 @@ struct translated_step {
     std::string sql;
     std::string with_row_id; // of a query FOR UPDATE of one table: with the row's identity behind all columns
     std::vector<output> outputs; // by column of the rows
-    std::string lob_table;       // where the outputs' LOBs are; the row's number stands behind the outputs
+    std::string table;           // that it inserts into or updates
+    bool gives_row_id = false;   // behind the outputs
     bool counts_rows = true;     // for the number of rows that the statement changed
     bool needs_row = false;      // SELECT ... INTO: no row, or two, is an error
     bool commits = false;        // instead of running SQL

@@ -169,6 +169,41 @@ TEST_F(robustness, a_refused_commit_tells_on_which_side_the_key_is_broken)
     EXPECT_EQ(db.ask("SELECT p.id || c.id FROM p, c"), "11");
 }
 
+TEST_F(robustness, a_refused_change_tells_on_which_side_the_key_is_broken)
+{
+    db.run_all(
+        {"CREATE TABLE top (id NUMBER PRIMARY KEY)",
+         "CREATE TABLE mid (id NUMBER PRIMARY KEY, top NUMBER REFERENCES top, over NUMBER REFERENCES mid)",
+         "CREATE TABLE low (mid NUMBER REFERENCES mid (id))",
+         "CREATE TABLE later (mid NUMBER REFERENCES mid DEFERRABLE INITIALLY DEFERRED)",
+         "INSERT INTO top VALUES (1)", "INSERT INTO top VALUES (2)", "INSERT INTO mid VALUES (1, 1, NULL)",
+         "INSERT INTO mid VALUES (2, 1, 1)", "INSERT INTO low VALUES (2)", "COMMIT",
+         "INSERT INTO later VALUES (77)"});
+    const std::pair<const char *, int> cases[] = {
+        {"UPDATE top SET id = 3 WHERE id = 1", 2292},
+        {"DELETE FROM top WHERE id = 1", 2292},
+        {"UPDATE low SET mid = 4", 2291},
+        {"INSERT INTO low VALUES (4)", 2291},
+        {"UPDATE mid SET id = 4 WHERE id = 2", 2292},
+        {"UPDATE mid SET id = 4 WHERE id = 1", 2292},
+        {"UPDATE mid SET top = 4 WHERE id = 2", 2291},
+        {"UPDATE mid SET over = 4", 2291},
+        {"UPDATE mid SET id = 4, top = 2 WHERE id = 2", 2292},
+        {"DELETE FROM mid WHERE id = 1", 2292},
+        {"BEGIN UPDATE top SET id = 5 WHERE id = 2; UPDATE mid SET id = 9 WHERE id = 2; END;", 2292},
+        {"MERGE INTO mid m USING (SELECT 2 a, 9 b FROM dual) s ON (m.id = s.a) WHEN MATCHED THEN UPDATE SET "
+         "top = s.b",
+         2291},
+        {"UPDATE mid SET id = id + 10, over = over + 10 WHERE id < 0", 0},
+    };
+    for (const auto &[sql, code] : cases)
+        EXPECT_EQ(db.run(sql), code) << sql << ": " << db.message();
+    EXPECT_EQ(
+        db.ask("SELECT listagg(id || ' ' || top || ' ' || over, ',') WITHIN GROUP (ORDER BY id) FROM mid"),
+        "1 1 ,2 1 1");
+    EXPECT_TRUE(db.fails(db.commit(), 2091)) << "the deferred key is broken as before";
+}
+
 TEST_F(robustness, a_kept_query_for_update_sees_the_table_as_it_is)
 {
     db.run_all({"CREATE TABLE t (c CLOB, k NUMBER)", "INSERT INTO t VALUES ('first', 1)",
