@@ -8,6 +8,20 @@ namespace
 
 constexpr std::string_view pi = "3.141592653589793238462643383279502884197";
 
+// Calls that tell something of one number.
+template <class Result, class Question>
+sword tell(OCIError *err, const OCINumber *number, Result *result, Question question)
+{
+    return with_error_handle(err, [&] {
+        if (any_null(number, result))
+            return refuse_null(err);
+        if (!number_is_valid(*number))
+            return refuse_invalid(err);
+        *result = question(*number);
+        return sword{OCI_SUCCESS};
+    });
+}
+
 } // namespace
 
 extern "C" {
@@ -47,38 +61,17 @@ SQLITE_OCI_EXPORT sword OCINumberCmp(OCIError *err, const OCINumber *number1, co
 
 SQLITE_OCI_EXPORT sword OCINumberSign(OCIError *err, const OCINumber *number, sword *result)
 {
-    return with_error_handle(err, [&] {
-        if (any_null(number, result))
-            return refuse_null(err);
-        if (!number_is_valid(*number))
-            return refuse_invalid(err);
-        *result = number_sign(*number);
-        return sword{OCI_SUCCESS};
-    });
+    return tell(err, number, result, number_sign);
 }
 
 SQLITE_OCI_EXPORT sword OCINumberIsZero(OCIError *err, const OCINumber *number, int *result)
 {
-    return with_error_handle(err, [&] {
-        if (any_null(number, result))
-            return refuse_null(err);
-        if (!number_is_valid(*number))
-            return refuse_invalid(err);
-        *result = number_is_zero(*number) ? 1 : 0;
-        return sword{OCI_SUCCESS};
-    });
+    return tell(err, number, result, number_is_zero);
 }
 
 SQLITE_OCI_EXPORT sword OCINumberIsInt(OCIError *err, const OCINumber *number, int *result)
 {
-    return with_error_handle(err, [&] {
-        if (any_null(number, result))
-            return refuse_null(err);
-        if (!number_is_valid(*number))
-            return refuse_invalid(err);
-        *result = number_is_integer(*number) ? 1 : 0;
-        return sword{OCI_SUCCESS};
-    });
+    return tell(err, number, result, number_is_integer);
 }
 
 SQLITE_OCI_EXPORT sword OCINumberInc(OCIError *err, OCINumber *number)

@@ -24,10 +24,12 @@ template <class T, class Handle> T &target_of(OCIEnv *env, Handle **target)
     return *made;
 }
 
-template <class T, class Handle>
-sword assign(OCIEnv *env, OCIError *err, std::string &&bytes, Handle **target)
+// `source()` is the value's bytes.
+template <class T, class Handle, class Source>
+sword assign(OCIEnv *env, OCIError *err, Source source, Handle **target)
 {
     return served(err, [&](call_errors) {
+        std::string bytes = source();
         target_of<T>(env, target).bytes = std::move(bytes);
         return OCI_SUCCESS;
     });
@@ -36,11 +38,16 @@ sword assign(OCIEnv *env, OCIError *err, std::string &&bytes, Handle **target)
 template <class T, class Handle>
 sword assign_value(OCIEnv *env, OCIError *err, const Handle *source, Handle **target)
 {
-    return served(err, [&](call_errors) {
-        std::string bytes = required<T>(source).bytes;
-        target_of<T>(env, target).bytes = std::move(bytes);
-        return OCI_SUCCESS;
-    });
+    return assign<T>(
+        env, err, [&] { return required<T>(source).bytes; }, target);
+}
+
+template <class T, class Handle>
+sword assign_bytes(OCIEnv *env, OCIError *err, const void *bytes, ub4 length, Handle **target)
+{
+    const auto *plain = static_cast<const char *>(bytes);
+    return assign<T>(
+        env, err, [&] { return plain ? std::string(plain, length) : std::string(); }, target);
 }
 
 // A size of 0 frees the value.
@@ -83,11 +90,6 @@ template <class T> ub4 size_of(const void *value)
     return asked ? static_cast<ub4>(asked->bytes.size()) : 0;
 }
 
-std::string bytes_of(const void *bytes, ub4 length)
-{
-    return bytes ? std::string(static_cast<const char *>(bytes), length) : std::string();
-}
-
 template <class T> bool free_value(void *instance)
 {
     T *freed = find<T>(instance);
@@ -111,7 +113,7 @@ SQLITE_OCI_EXPORT sword OCIStringAssign(OCIEnv *env, OCIError *err, const OCIStr
 SQLITE_OCI_EXPORT sword OCIStringAssignText(OCIEnv *env, OCIError *err, const OraText *rhs, ub4 rhs_len,
                                             OCIString **lhs)
 {
-    return assign<string_value>(env, err, bytes_of(rhs, rhs_len), lhs);
+    return assign_bytes<string_value>(env, err, rhs, rhs_len, lhs);
 }
 
 SQLITE_OCI_EXPORT OraText *OCIStringPtr(OCIEnv *, const OCIString *vs)
@@ -142,7 +144,7 @@ SQLITE_OCI_EXPORT sword OCIRawAssignRaw(OCIEnv *env, OCIError *err, const OCIRaw
 SQLITE_OCI_EXPORT sword OCIRawAssignBytes(OCIEnv *env, OCIError *err, const ub1 *rhs, ub4 rhs_len,
                                           OCIRaw **lhs)
 {
-    return assign<raw_value>(env, err, bytes_of(rhs, rhs_len), lhs);
+    return assign_bytes<raw_value>(env, err, rhs, rhs_len, lhs);
 }
 
 SQLITE_OCI_EXPORT ub1 *OCIRawPtr(OCIEnv *, const OCIRaw *raw)
