@@ -1,0 +1,254 @@
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <dkomsql/progress.h>
+#include <trace_reader/message.h>
+#include <trace_reader/source.h>
+
+#include "analysis.h"
+#include "format.h"
+#include "handle_life.h"
+#include "tables.h"
+
+namespace
+{
+
+using namespace dkom_report;
+
+/// What the program answers to the shell that started it.
+enum ExitStatus { exit_ok = 0, exit_no_trace = 1, exit_usage = 2 };
+
+constexpr const char *description =
+    "Tells what traces of the OCI manager say, of libdkom.so and of libdkomx.so.\n"
+    "FILE is an om_PROCESS.log, plain or packed by gzip; - is the standard input.\n"
+    "Without a command: an overview of all of it.\n";
+
+constexpr const char *footer =
+    "Examples:\n"
+    "  dkom-report om_4711.log                       what happened?\n"
+    "  dkom-report statements om_*.log               which statements are slow?\n"
+    "  dkom-report statements --sort longest --limit 5 om_*.log.gz\n"
+    "  dkom-report connections om_4711.log           which database served a link, and why?\n"
+    "  dkom-report stop om_4711.log errors.txt       why was the process stopped? (errors.txt: its\n"
+    "                                                standard error, if there is one)\n"
+    "  dkom-report leaks om_4711.log                 which handles were never released?\n"
+    "  dkom-report handle 0x55d0c8a3f2e0 om_4711.log the life of one handle\n"
+    "\n"
+    "Traces of level 30 tell calls, statements, connections and handles; those of level 20 failures,\n"
+    "those of level 10 stops only.\n"
+    "\n"
+    "Exit status: 0 the traces were read, 1 a file could not be read or holds no record, 2 wrong usage.\n"
+    "\n"
+    "Environment:\n"
+    "  NO_COLOR   no colours on the terminal\n";
+
+enum class What { overview, calls, statements, connections, leaks, handle, stop };
+
+struct Arguments {
+    What what = What::overview;
+    std::vector<std::string> files;
+    std::string address;
+    std::string order = "total";
+    std::size_t limit = 20;
+    bool wide = false;
+    bool literals = false;
+};
+
+void declare_options(CLI::App &app, Arguments &arguments)
+{
+    struct Command {
+        What what;
+        const char *name;
+        const char *text;
+    };
+    constexpr Command commands[] = {
+        {What::calls, "calls", "Calls by function and backend: counts, failures, times"},
+        {What::statements, "statements", "Statements: counts, failures, times; slowest first"},
+        {What::connections, "connections", "Which connection went where, and why"},
+        {What::leaks, "leaks", "Handles by type, and those that were never released"},
+        {What::handle, "handle", "The life of one handle"},
+        {What::stop, "stop", "Why a process was stopped, and its last calls"},
+    };
+    const auto add_files = [&arguments](CLI::App *to) {
+        to->add_option("FILE", arguments.files, "Traces; - is the standard input")->required();
+    };
+    // Options may stand on either side of the command.
+    app.fallthrough();
+    app.require_subcommand(0, 1);
+    for (const Command &command : commands) {
+        CLI::App *sub = app.add_subcommand(command.name, command.text);
+        sub->fallthrough();
+        if (command.what == What::handle)
+            sub->add_option("ADDRESS", arguments.address, "The handle, as records show it: 0x55d0c8a3f2e0")
+                ->required();
+        add_files(sub);
+        sub->callback([&arguments, what = command.what] { arguments.what = what; });
+    }
+    app.add_option("FILE", arguments.files, "Traces; - is the standard input");
+    app.add_option("-s,--sort", arguments.order, "What calls and statements are sorted by")
+        ->type_name("total|longest|mean|count|failures")
+        ->check(CLI::IsMember({"total", "longest", "mean", "count", "failures"}).description(""))
+        ->capture_default_str();
+    app.add_option("-n,--limit", arguments.limit, "Rows of a table, uses of a handle; 0: all")
+        ->type_name("ROWS")
+        ->capture_default_str();
+    app.add_flag("-w,--wide", arguments.wide, "Show texts whole, however long the lines become");
+    app.add_flag(
+        "--literals", arguments.literals,
+        "Statements that differ in literals only are different ones, and are shown with their values");
+    app.set_version_flag("-V,--version", "dkom-report " DKOM_VERSION_TEXT);
+    app.footer(footer);
+}
+
+Order order_named(std::string_view name)
+{
+    return name == "longest"    ? Order::longest
+           : name == "mean"     ? Order::mean
+           : name == "count"    ? Order::count
+           : name == "failures" ? Order::failures
+                                : Order::total;
+}
+
+std::size_t terminal_columns()
+{
+    constexpr std::size_t columns_of_a_file = 200;
+    winsize size{};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+        return size.ws_col;
+    return columns_of_a_file;
+}
+
+/// Reads all files. `begin` and `end` are called around each one. Returns whether all could be read.
+template <class Begin, class End>
+bool read_all(const Arguments &arguments, bool skip_rows, trace_reader::Visitor &visitor, Begin begin,
+              End end)
+{
+    bool all = true;
+    for (const std::string &path : arguments.files) {
+        begin(path);
+        std::uint64_t bytes = 0;
+        try {
+            dkomsql::ProgressBar bar(0, "MB");
+            std::optional<dkomsql::ProgressBar> sized;
+            bytes = trace_reader::read_trace(path, skip_rows, visitor,
+                                             [&](std::uint64_t read, std::uint64_t total) {
+                                                 constexpr std::uint64_t big = 64 << 20;
+                                                 if (total != 0 && !sized)
+                                                     sized.emplace(total, "MB");
+                                                 if (read >= big)
+                                                     (sized ? *sized : bar).update(read, read / 1000000);
+                                             });
+        } catch (const trace_reader::SourceError &error) {
+            fmt::print(stderr, "dkom-report: {}\n", error.what());
+            all = false;
+        }
+        end(bytes);
+    }
+    return all;
+}
+
+int show_handle(const Arguments &arguments, const View &view)
+{
+    const std::uint64_t address = trace_reader::pointer_in(
+        arguments.address.starts_with("0x") ? arguments.address : "0x" + arguments.address);
+    if (address == 0) {
+        fmt::print(stderr, "dkom-report: '{}' is no address; records show them like 0x55d0c8a3f2e0\n",
+                   arguments.address);
+        return exit_usage;
+    }
+    HandleLife life(address, arguments.limit);
+    const bool all = read_all(
+        arguments, false, life, [](const std::string &) {}, [](std::uint64_t) {});
+    const auto entries = life.entries();
+    if (entries.empty())
+        fmt::print("0x{:x} is in no record that was read.\n", address);
+    for (const HandleLife::Entry &entry : entries) {
+        if (entry.what.empty())
+            fmt::print("... {} uses are left out (--limit 0 shows all)\n", format_count(life.left_out()));
+        else
+            fmt::print("{}  {}\n", format_time(entry.at), format_line(entry.what, view.columns - 28));
+    }
+    return all ? exit_ok : exit_no_trace;
+}
+
+int run(const Arguments &arguments)
+{
+    View view;
+    view.limit = arguments.limit;
+    view.order = order_named(arguments.order);
+    view.columns = arguments.wide ? 1000000 : terminal_columns();
+    view.colours = dkomsql::colours_allowed(STDOUT_FILENO);
+    if (arguments.what == What::handle)
+        return show_handle(arguments, view);
+
+    Analysis::Settings settings;
+    settings.literals = arguments.literals;
+    Analysis analysis(settings);
+    const bool all = read_all(
+        arguments, true, analysis, [&](const std::string &path) { analysis.begin_process(path); },
+        [&](std::uint64_t bytes) { analysis.end_process(bytes); });
+    const Report report = analysis.take();
+    std::uint64_t records = 0;
+    for (const Process &process : report.processes)
+        records += process.records;
+
+    if (records > 0) {
+        const auto text = [&] {
+            switch (arguments.what) {
+            case What::calls:
+                return calls_text(report, view);
+            case What::statements:
+                return statements_text(report, view);
+            case What::connections:
+                return connections_text(report, view);
+            case What::leaks:
+                return leaks_text(report, view);
+            case What::stop:
+                return stops_text(report, view);
+            default:
+                return overview(report, view);
+            }
+        }();
+        fmt::print("{}", text);
+    }
+    if (records == 0 && all)
+        fmt::print(stderr, "dkom-report: there is no record of the OCI manager in what was read\n");
+    return all && records > 0 ? exit_ok : exit_no_trace;
+}
+
+int parse_and_run(int argc, char **argv)
+{
+    CLI::App app(description, "dkom-report");
+    Arguments arguments;
+    declare_options(app, arguments);
+    try {
+        app.parse(argc, argv);
+        if (arguments.files.empty())
+            throw CLI::RequiredError("FILE");
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? exit_ok : exit_usage;
+    }
+    return run(arguments);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return parse_and_run(argc, argv);
+    } catch (const std::exception &error) {
+        std::fputs("dkom-report: ", stderr);
+        std::fputs(error.what(), stderr);
+        std::fputs("\n", stderr);
+        return exit_no_trace;
+    }
+}
