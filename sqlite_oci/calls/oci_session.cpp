@@ -57,8 +57,8 @@ sword server_version(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1
     return served(errhp, [&](call_errors) {
         const auto &env = connected_environment(hndlp, hndltype);
         env.copy_out(std::string("sqlite_oci on SQLite ") + sqlite3_libversion() +
-                         ", for programs of Oracle Database Release " + std::to_string(OCI_MAJOR_VERSION) + '.' +
-                         std::to_string(OCI_MINOR_VERSION) + ".0.0.0",
+                         ", for programs of Oracle Database Release " + std::to_string(OCI_MAJOR_VERSION) +
+                         '.' + std::to_string(OCI_MINOR_VERSION) + ".0.0.0",
                      bufp, bufsz);
         return OCI_SUCCESS;
     });
