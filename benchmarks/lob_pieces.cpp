@@ -76,7 +76,7 @@ void overwrite(benchmark::State &state)
     std::string wide;
     while (wide.size() < std::size_t{2} * piece_size)
         wide += "\xC3\xA9";
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         state.PauseTiming();
         OCILobLocator *const value = temporary_clob();
         write_pieces(value, std::string(piece_size, 'e'), pieces);
@@ -103,7 +103,8 @@ int main(int count, char **arguments)
 {
     const auto directory = std::filesystem::temp_directory_path() / "lob_pieces";
     std::filesystem::create_directories(directory);
-    std::ofstream(directory / "lob_pieces.db");
+    std::ofstream created(directory / "lob_pieces.db");
+    created.close();
     setenv("SQLITE_OCI_CLNTSH_DIR", directory.c_str(), 1);
     connect();
     benchmark::Initialize(&count, arguments);

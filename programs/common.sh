@@ -41,7 +41,7 @@ CONFIGURATION
     echo "$found"
 }
 
-# Runs a command with the OCI client library that a column stands for as libclntsh.so, and one database:
+# Runs a command, or a function, with the OCI client library that a column stands for as libclntsh.so, and one database:
 #   direct  the embedded client library itself
 #   oracle  the extended edition, which finds the database through Oracle's library
 #   dravik  the extended edition, which finds it through Dravik's library
@@ -61,19 +61,25 @@ in_column() {
     *) : >"$stage/oracle/east.db" ;;
     esac
     result=0
-    env LD_LIBRARY_PATH="$stage/lib${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}" \
-        DKOM_ORA_LIB_PATH="$build/lib/sqlite" DKOM_DRK_LIB_PATH="$build/lib/sqlite" DKOM_LOG_PATH="$stage" \
-        SQLITE_OCI_CLNTSH_DIR="$stage/oracle" SQLITE_OCI_DKOCI_DIR="$stage/dravik" stage="$stage" "$@" || result=$?
+    (
+        export stage LD_LIBRARY_PATH="$stage/lib${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}"
+        export DKOM_ORA_LIB_PATH="$build/lib/sqlite" DKOM_DRK_LIB_PATH="$build/lib/sqlite" DKOM_LOG_PATH="$stage"
+        export SQLITE_OCI_CLNTSH_DIR="$stage/oracle" SQLITE_OCI_DKOCI_DIR="$stage/dravik"
+        "$@"
+    ) || result=$?
     rm -rf "$stage"
     return $result
 }
 
-# A directory laid out as programs' configure scripts expect a client to be: libraries and sdk/include.
+# A directory laid out as programs' configure scripts expect a client to be: libraries and sdk/include, or lib and
+# rdbms/public.
 client_directory() {
     client_home=$work/client
-    mkdir -p "$client_home/sdk"
+    mkdir -p "$client_home/sdk" "$client_home/rdbms" "$client_home/lib"
     ln -sfn "$root/include" "$client_home/sdk/include"
+    ln -sfn "$root/include" "$client_home/rdbms/public"
     ln -sf "$build/lib/sqlite/libclntsh.so" "$client_home/libclntsh.so"
+    ln -sf ../libclntsh.so "$client_home/lib/libclntsh.so"
     ln -sf libclntsh.so "$client_home/libclntsh.so.11.1"
     ln -sf libclntsh.so "$client_home/libnnz11.so"
     echo "$client_home"

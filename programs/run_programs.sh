@@ -8,7 +8,7 @@ shift
 here=$(cd "$(dirname "$0")" && pwd)
 work=$build/programs
 mkdir -p "$work"
-[ $# -gt 0 ] || set -- libzdb php_oci8
+[ $# -gt 0 ] || set -- libzdb libdbi collectd php_oci8
 
 count() {
     grep -c "^$1 " "$2" || true
