@@ -189,4 +189,19 @@ show dkomsql scott@west -e '\d glyph' -e 'SELECT user, name FROM glyph WHERE cod
 cat extended.txt
 grep -q '^ SCOTT | SNOWMAN' extended.txt || fail 'the extended edition gave a wrong answer'
 
+heading 'A public program, unchanged'
+say "That edition is for programs as they are. The oracle driver of libdbi-drivers, from Debian's sources, knows" \
+    'nothing of Dravik. A small application of libdbi uses it on an Oracle and on a Dravik connection.' ''
+cd "$build"
+if sh "$here/../programs/run_programs.sh" "$build" libdbi >"$work/libdbi.txt"; then
+    sed -n 's/^PASS \([a-z_]*\)$/\1/p' programs/libdbi.dravik.log | tr '_\n' ' ,' | sed 's/,/, /g;s/, $//;s/^/Passed on Dravik: /' | fold -s -w 100
+    printf '\n\n'
+    cat "$work/libdbi.txt"
+    say '' '`./run programs` does so with others, PHP among them.'
+elif [ -e programs/libdbi.dravik.log ]; then
+    fail 'the public program gives other answers behind libdkomx.so'
+else
+    say 'Left out: its source could not be fetched or built, see above.'
+fi
+
 printf '\n%sThe demo succeeded: two databases, two client libraries, one program.%s\n' "$good" "$plain"
