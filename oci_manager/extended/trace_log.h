@@ -22,7 +22,7 @@ extern int omx_trace_level __attribute__((visibility("hidden")));
 
 static inline bool omx_traces(int level)
 {
-    return __builtin_expect(omx_trace_level >= level, 0);
+    return __builtin_expect(__atomic_load_n(&omx_trace_level, __ATOMIC_RELAXED) >= level, 0);
 }
 
 /* Looks at the control file if a second has passed since the last look. Called where a call takes long

@@ -6,7 +6,11 @@
 #ifndef OM_RAW_IO_H
 #define OM_RAW_IO_H
 
+#include <errno.h>
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -29,6 +33,43 @@ static inline bool raw_read_at(int fd, void *bytes, size_t count, long offset)
 static inline void raw_close(int fd)
 {
     syscall(SYS_close, fd);
+}
+
+/* Whether a file may grow by so many bytes. To go beyond the process's limit is answered by a signal, which
+ * would end the program for the sake of its trace. */
+static inline bool raw_may_grow(int fd, size_t count)
+{
+    struct rlimit limit;
+    struct stat status;
+    if (syscall(SYS_prlimit64, 0, RLIMIT_FSIZE, nullptr, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY)
+        return true;
+    return syscall(SYS_fstat, fd, &status) == 0 &&
+           (!S_ISREG(status.st_mode) || (unsigned long)status.st_size + count <= limit.rlim_cur);
+}
+
+/*
+ * Appends a record to a file that was opened with O_APPEND and O_NONBLOCK. What cannot be written is lost: a
+ * full disk, a file at its limit, a pipe whose reader takes nothing for a second.
+ */
+static inline void raw_append(int fd, const char *record, size_t length)
+{
+    constexpr long patience_seconds = 1;
+    if (!raw_may_grow(fd, length))
+        return;
+    while (length > 0) {
+        const ssize_t written = raw_write(fd, record, length);
+        if (written > 0) {
+            record += written;
+            length -= (size_t)written;
+        } else if (written < 0 && errno == EAGAIN) {
+            struct pollfd reader = {fd, POLLOUT, 0};
+            struct timespec patience = {patience_seconds, 0};
+            if (syscall(SYS_ppoll, &reader, 1, &patience, nullptr, 0) == 0)
+                return;
+        } else if (written == 0 || errno != EINTR) {
+            return;
+        }
+    }
 }
 
 #endif

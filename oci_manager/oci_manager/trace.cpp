@@ -107,18 +107,11 @@ void append_to_file(const char *record, size_t length)
     char path[1024];
     if (snprintf(path, sizeof path, "%s/%s/%s", thread->cLogRoot, thread->cLogDate, thread->cLogFileName) < 0)
         return;
-    const int fd = raw_open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, OM_LOG_MODE);
+    // A pipe that nobody reads is no file to wait for.
+    const int fd = raw_open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, OM_LOG_MODE);
     if (fd < 0)
         return;
-    while (length > 0) {
-        const ssize_t written = raw_write(fd, record, length);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            break;
-        record += written;
-        length -= (size_t)written;
-    }
+    raw_append(fd, record, length);
     raw_close(fd);
 }
 
