@@ -41,7 +41,7 @@ sword allocate(const allocate_call (&entry)[omx_backend_count], const void *pare
         const sword rc = entry[backend](parent->backend[backend], &h->backend[backend], type,
                                         made ? 0 : xtramem_sz, made ? nullptr : usrmempp);
         if (!omx_succeeded(rc))
-            h->backend[backend] = nullptr;
+            omx_set_own(h, backend, nullptr);
         if (!made && (omx_succeeded(rc) || result == OCI_ERROR))
             result = rc;
         made = made || omx_succeeded(rc);
@@ -61,8 +61,8 @@ void forget_server(omx_handle *srvh)
     omx_each(
         OCI_HTYPE_SVCCTX, srvh->env,
         [](omx_handle *svch, void *context) {
-            if (svch->owner == context) {
-                svch->owner = nullptr;
+            if (omx_owner(svch) == context) {
+                omx_set_owner(svch, nullptr);
                 omx_unbind(svch);
             }
         },
@@ -124,7 +124,7 @@ sword OCIDescriptorFree(void *descp, const ub4 type)
             omx_restore(h);
             return rc;
         }
-        h->backend[backend] = nullptr;
+        omx_set_own(h, backend, nullptr);
     }
     omx_remove_child(h);
     omx_release(h);

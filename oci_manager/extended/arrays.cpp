@@ -202,7 +202,7 @@ sword OCIObjectArrayPin(OCIEnv *env, OCIError *err, OCIRef **ref_array, ub4 arra
     omx_handle *errh = nullptr;
     if (!envh || !omx_optional_error(err, &errh))
         return OCI_INVALID_HANDLE;
-    const ub1 backend = omx_environment_of(envh)->connected;
+    const ub1 backend = omx_connected(envh);
     OMX_NEED(OCIObjectArrayPin, backend, errh);
     const omx_array own((void *const *)cor_array, cor_array_size, OCI_HTYPE_COMPLEXOBJECT, backend);
     if (own.state != OCI_SUCCESS)

@@ -103,7 +103,7 @@ void link_family(const setting &s)
     omx_service *service = omx_service_of(s.target);
     switch (s.attribute) {
     case OCI_ATTR_SERVER:
-        s.target->owner = s.value_handle;
+        omx_set_owner(s.target, s.value_handle);
         omx_follow_server(s.target);
         break;
     case OCI_ATTR_SESSION:

@@ -118,7 +118,7 @@ void take(omx_variable *v, ub1 backend, ub4 first, ub4 count)
             continue;
         // A backend may put another object into its array than it was given.
         if (v->own[backend][i])
-            h->backend[backend] = v->own[backend][i];
+            omx_set_own(h, backend, v->own[backend][i]);
         h->current = omx_bit(backend);
         omx_follow(h, backend);
     }

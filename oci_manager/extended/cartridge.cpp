@@ -27,8 +27,8 @@ omx_handle *handed_out(ub4 type, omx_handle *env, ub1 backend, void *own)
         omx_release(h);
         return nullptr;
     }
-    omx_environment_of(h)->connected = backend;
-    h->backend[backend] = own;
+    omx_note_connected(h, backend);
+    omx_set_own(h, backend, own);
     omx_publish(h);
     return h;
 }

@@ -27,7 +27,7 @@ void follow_server(omx_handle *srvh)
     omx_each(
         OCI_HTYPE_SVCCTX, srvh->env,
         [](omx_handle *svch, void *context) {
-            if (svch->owner == context)
+            if (omx_owner(svch) == context)
                 omx_follow_server(svch);
         },
         srvh);
@@ -44,7 +44,7 @@ sword new_service(omx_handle *env, ub1 backend, OCISvcCtx *own, sword rc, omx_ha
     omx_handle *svch = omx_new_service(env, backend, own);
     if (!svch)
         return omx_no_memory(errh);
-    omx_environment_of(env)->connected = backend;
+    omx_note_connected(env, backend);
     *svchp = (OCISvcCtx *)(void *)svch;
     return rc;
 }
@@ -69,9 +69,11 @@ omx_handle *find_pool(const omx_handle *env, const OraText *name, ub4 length)
     pool_search search = {name, length, nullptr};
     if (!name || length == 0)
         return nullptr;
+    pthread_mutex_lock(&omx_pools_lock);
     omx_each(OCI_HTYPE_SPOOL, env, match_pool, &search);
     if (!search.found)
         omx_each(OCI_HTYPE_CPOOL, env, match_pool, &search);
+    pthread_mutex_unlock(&omx_pools_lock);
     return search.found;
 }
 
@@ -85,18 +87,60 @@ sword route_of(omx_handle *env, const OraText *name, ub4 length, omx_handle *err
     return omx_route_of(env, name, length, holders(env), errh, route);
 }
 
+/* Who logs on where; lengths in bytes. */
+struct logon_texts {
+    const OraText *user;
+    ub4 user_length;
+    const OraText *password;
+    ub4 password_length;
+    const OraText *link;
+    ub4 link_length;
+};
+
+/*
+ * Logs on in one step where the route leads. `attempt` is given the backend, the error handle and a function
+ * that makes the backend's call: with the arguments that all such calls have, and those that follow them.
+ */
+template <class Attempt>
+sword log_on(OCIEnv *envhp, OCIError *errhp, OCISvcCtx **svchp, const logon_texts *texts,
+             const Attempt &attempt)
+{
+    omx_handle *env = omx_find(envhp, OCI_HTYPE_ENV);
+    omx_handle *errh = nullptr;
+    if (!env || !svchp || !omx_optional_error(errhp, &errh))
+        return OCI_INVALID_HANDLE;
+    omx_route route;
+    if (route_of(env, texts->link, texts->link_length, errh, &route) != OCI_SUCCESS)
+        return OCI_ERROR;
+    ub1 backend = env->run;
+    OCISvcCtx *own = nullptr;
+    const sword rc = omx_try(route, errh, &backend, [&](ub1 b) -> sword {
+        const omx_text user(env, b, texts->user, texts->user_length);
+        const omx_text secret(env, b, texts->password, texts->password_length);
+        const omx_text link(env, b, texts->link, texts->link_length);
+        own = nullptr;
+        return attempt(b, errh, [&](auto call, auto... more) {
+            return call(omx_own<OCIEnv>(env, b), omx_own<OCIError>(errh, b), &own, user.text, user.length,
+                        secret.text, secret.length, link.text, link.length, more...);
+        });
+    });
+    return omx_succeeded(rc) ? new_service(env, backend, own, rc, errh, svchp) : rc;
+}
+
 /* Notes the backend and the name of a pool. */
 void open_pool(omx_handle *pool, ub1 backend, const OraText *name, ub4 length)
 {
     omx_follow(pool, backend);
-    omx_environment_of(pool)->connected = backend;
+    omx_note_connected(pool, backend);
     release_extra(pool);
     omx_pool *p = (omx_pool *)calloc(1, sizeof(omx_pool));
     if (!p)
         return;
     p->name = name;
     p->length = length;
+    pthread_mutex_lock(&omx_pools_lock);
     pool->extra = p;
+    pthread_mutex_unlock(&omx_pools_lock);
 }
 
 sword close_pool(omx_handle *pool, sword rc)
@@ -148,7 +192,7 @@ sword OCIServerAttach(OCIServer *srvhp, OCIError *errhp, const OraText *dblink, 
     });
     if (omx_succeeded(rc)) {
         omx_follow(srvh, backend);
-        omx_environment_of(srvh)->connected = backend;
+        omx_note_connected(srvh, backend);
         follow_server(srvh);
     }
     return rc;
@@ -176,49 +220,21 @@ sword OCIServerDetach(OCIServer *srvhp, OCIError *errhp, ub4 mode)
 sword OCILogon2(OCIEnv *envhp, OCIError *errhp, OCISvcCtx **svchp, const OraText *username, ub4 uname_len,
                 const OraText *password, ub4 passwd_len, const OraText *dbname, ub4 dbname_len, ub4 mode)
 {
-    omx_handle *env = omx_find(envhp, OCI_HTYPE_ENV);
-    omx_handle *errh = nullptr;
-    if (!env || !svchp || !omx_optional_error(errhp, &errh))
-        return OCI_INVALID_HANDLE;
-    omx_route route;
-    if (route_of(env, dbname, dbname_len, errh, &route) != OCI_SUCCESS)
-        return OCI_ERROR;
-    ub1 backend = env->run;
-    OCISvcCtx *own = nullptr;
-    const sword rc = omx_try(route, errh, &backend, [&](ub1 b) -> sword {
+    const logon_texts texts = {username, uname_len, password, passwd_len, dbname, dbname_len};
+    return log_on(envhp, errhp, svchp, &texts, [mode](ub1 b, omx_handle *errh, const auto &give) -> sword {
         OMX_NEED(OCILogon2, b, errh);
-        const omx_text user(env, b, username, uname_len);
-        const omx_text secret(env, b, password, passwd_len);
-        const omx_text link(env, b, dbname, dbname_len);
-        own = nullptr;
-        return omx_calls.OCILogon2[b](omx_own<OCIEnv>(env, b), omx_own<OCIError>(errh, b), &own, user.text,
-                                      user.length, secret.text, secret.length, link.text, link.length, mode);
+        return give(omx_calls.OCILogon2[b], mode);
     });
-    return omx_succeeded(rc) ? new_service(env, backend, own, rc, errh, svchp) : rc;
 }
 
 sword OCILogon(OCIEnv *envhp, OCIError *errhp, OCISvcCtx **svchp, const OraText *username, ub4 uname_len,
                const OraText *password, ub4 passwd_len, const OraText *dbname, ub4 dbname_len)
 {
-    omx_handle *env = omx_find(envhp, OCI_HTYPE_ENV);
-    omx_handle *errh = nullptr;
-    if (!env || !svchp || !omx_optional_error(errhp, &errh))
-        return OCI_INVALID_HANDLE;
-    omx_route route;
-    if (route_of(env, dbname, dbname_len, errh, &route) != OCI_SUCCESS)
-        return OCI_ERROR;
-    ub1 backend = env->run;
-    OCISvcCtx *own = nullptr;
-    const sword rc = omx_try(route, errh, &backend, [&](ub1 b) -> sword {
+    const logon_texts texts = {username, uname_len, password, passwd_len, dbname, dbname_len};
+    return log_on(envhp, errhp, svchp, &texts, [](ub1 b, omx_handle *errh, const auto &give) -> sword {
         OMX_NEED(OCILogon, b, errh);
-        const omx_text user(env, b, username, uname_len);
-        const omx_text secret(env, b, password, passwd_len);
-        const omx_text link(env, b, dbname, dbname_len);
-        own = nullptr;
-        return omx_calls.OCILogon[b](omx_own<OCIEnv>(env, b), omx_own<OCIError>(errh, b), &own, user.text,
-                                     user.length, secret.text, secret.length, link.text, link.length);
+        return give(omx_calls.OCILogon[b]);
     });
-    return omx_succeeded(rc) ? new_service(env, backend, own, rc, errh, svchp) : rc;
 }
 
 /* What a logon has made, it takes back; handles that the program has asked for go with the service context.

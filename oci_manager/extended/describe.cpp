@@ -20,7 +20,7 @@ sword get_batch_error(omx_handle *h, omx_handle *errh, void **parmdpp, ub4 pos)
                               omx_calls.OCIParamGet[backend](h->backend[backend], OCI_HTYPE_ERROR,
                                                              omx_own<OCIError>(errh, backend), &own, pos));
     if (omx_succeeded(rc)) {
-        taken->backend[backend] = own;
+        omx_set_own(taken, backend, own);
         omx_reported(taken, backend);
     }
     return rc;

@@ -75,7 +75,7 @@ template <class Make> sword create(OCIEnv **envp, ub4 mode, bool is_utf16, memor
         if (!omx_succeeded(rc) || !own)
             continue;
         made = true;
-        env->backend[backend] = own;
+        omx_set_own(env, backend, own);
         if (backend == omx_dravik)
             memcpy((void *)own, environment_marker, sizeof environment_marker);
         program = {nullptr, nullptr, nullptr, 0, nullptr};

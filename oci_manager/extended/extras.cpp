@@ -4,6 +4,8 @@
 
 #include "buffers.h"
 
+pthread_mutex_t omx_pools_lock = PTHREAD_MUTEX_INITIALIZER;
+
 void release_extra(omx_handle *h)
 {
     if (!h->extra)
@@ -16,9 +18,16 @@ void release_extra(omx_handle *h)
         free((void *)((omx_service *)h->extra)->locators);
         break;
     case OCI_HTYPE_ERROR:
-    case OCI_HTYPE_CPOOL:
-    case OCI_HTYPE_SPOOL:
         break;
+    case OCI_HTYPE_CPOOL:
+    case OCI_HTYPE_SPOOL: {
+        pthread_mutex_lock(&omx_pools_lock);
+        void *pool = h->extra;
+        h->extra = nullptr;
+        pthread_mutex_unlock(&omx_pools_lock);
+        free(pool);
+        return;
+    }
     case OCI_HTYPE_BIND:
     case OCI_HTYPE_DEFINE:
         omx_release_buffers((omx_variable *)h->extra);

@@ -4,6 +4,8 @@
 #ifndef OMX_EXTRAS_H
 #define OMX_EXTRAS_H
 
+#include <pthread.h>
+
 #include "errors.h"
 #include "handle.h"
 
@@ -36,6 +38,9 @@ struct omx_pool {
     ub4 length; /* bytes */
 };
 
+/* Held while a pool of any thread is looked for by its name, opened or closed. */
+extern pthread_mutex_t omx_pools_lock __attribute__((visibility("hidden")));
+
 /* A text attribute of a backend's in the program's encoding. */
 struct omx_converted_text {
     omx_converted_text *next;
@@ -60,6 +65,17 @@ omx_attributes *omx_attributes_of(omx_handle *h);
 static inline omx_environment *omx_environment_of(const omx_handle *h)
 {
     return (omx_environment *)h->env->extra;
+}
+
+/* The backend that the environment of a handle was connected to last, in whatever thread. */
+static inline ub1 omx_connected(const omx_handle *h)
+{
+    return __atomic_load_n(&omx_environment_of(h)->connected, __ATOMIC_RELAXED);
+}
+
+static inline void omx_note_connected(const omx_handle *h, ub1 backend)
+{
+    __atomic_store_n(&omx_environment_of(h)->connected, backend, __ATOMIC_RELAXED);
 }
 
 static inline omx_service *omx_service_of(omx_handle *svch)

@@ -367,8 +367,7 @@ template <role Role, class R, class... A> struct forwarder<Role, R (*)(A...)> {
                 return run_value(indexes(), name, entry, principal, arguments...);
             else if constexpr (Role == role::object && (info::family(info::principal) == OCI_HTYPE_ENV ||
                                                         info::family(info::principal) == OCI_HTYPE_ERROR))
-                return call_one<Quick>(name, entry, omx_environment_of(principal)->connected, principal,
-                                       arguments...);
+                return call_one<Quick>(name, entry, omx_connected(principal), principal, arguments...);
             else
                 return call_one<Quick>(name, entry, principal->run, principal, arguments...);
         }

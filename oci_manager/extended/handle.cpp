@@ -112,10 +112,10 @@ omx_handle *omx_new(ub4 type, omx_handle *env)
     h->run = omx_oracle;
     h->targets = omx_none;
     h->current = omx_none;
-    h->backend[omx_oracle] = nullptr;
-    h->backend[omx_dravik] = nullptr;
-    h->env = env ? env : h;
-    h->owner = nullptr;
+    omx_set_own(h, omx_oracle, nullptr);
+    omx_set_own(h, omx_dravik, nullptr);
+    __atomic_store_n(&h->env, env ? env : h, __ATOMIC_RELAXED);
+    omx_set_owner(h, nullptr);
     h->children = nullptr;
     h->next = nullptr;
     h->extra = nullptr;
@@ -175,7 +175,7 @@ void omx_each(ub1 family, const omx_handle *env, void (*visit)(omx_handle *h, vo
         omx_handle *h = place(i);
         const ub4 tag = __atomic_load_n(&h->tag, __ATOMIC_ACQUIRE);
         if ((family ? tag == (omx_mark | family) : (tag & omx_mark_bits) == omx_mark) &&
-            (!env || h->env == env))
+            (!env || __atomic_load_n(&h->env, __ATOMIC_RELAXED) == env))
             visit(h, context);
     }
 }
@@ -186,7 +186,7 @@ void omx_release_environment(omx_handle *env)
     omx_each(
         0, env,
         [](omx_handle *h, void *context) {
-            if (h != context && !h->owner)
+            if (h != context && !omx_owner(h))
                 omx_release(h);
         },
         env);
@@ -211,7 +211,7 @@ omx_handle *omx_find_wrapped(ub1 family, const omx_handle *env, unsigned int bac
         family, env,
         [](omx_handle *h, void *context) {
             search *s = (search *)context;
-            if (h->backend[s->backend] == s->hndlp)
+            if (__atomic_load_n(&h->backend[s->backend], __ATOMIC_RELAXED) == s->hndlp)
                 s->found = h;
         },
         &wanted);

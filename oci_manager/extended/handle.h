@@ -162,10 +162,30 @@ void omx_restore(omx_handle *h);
  */
 void omx_release(omx_handle *h);
 
+/*
+ * The owner, where other threads look through all handles: what they see of one that is not theirs may change
+ * under their eyes, and is compared only.
+ */
+static inline omx_handle *omx_owner(const omx_handle *h)
+{
+    return __atomic_load_n(&h->owner, __ATOMIC_RELAXED);
+}
+
+static inline void omx_set_owner(omx_handle *h, omx_handle *owner)
+{
+    __atomic_store_n(&h->owner, owner, __ATOMIC_RELAXED);
+}
+
+/* Notes a backend's handle, or that there is none. */
+static inline void omx_set_own(omx_handle *h, unsigned int backend, void *own)
+{
+    __atomic_store_n(&h->backend[backend], own, __ATOMIC_RELAXED);
+}
+
 /* Hangs a handle under the one it goes with. Calls on one owner are one thread's at a time. */
 static inline void omx_add_child(omx_handle *owner, omx_handle *child)
 {
-    child->owner = owner;
+    omx_set_owner(child, owner);
     child->next = owner->children;
     owner->children = child;
 }

@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/auxv.h>
 
 #include "../oci_manager/backend_files.h"
 #include "trace_log.h"
@@ -29,11 +30,10 @@ ub1 loaded;
  */
 void name_library(const om_backend_file &source, omx_library *into)
 {
-    const char *directory = secure_getenv(source.variable);
-    if (directory || getenv(source.variable) == directory)
-        om_name_backend(source, directory, into->path);
-    else
+    if (getauxval(AT_SECURE) != 0)
         snprintf(into->path, sizeof into->path, "%s", source.file);
+    else
+        om_name_backend(source, getenv(source.variable), into->path);
 }
 
 void load_library(unsigned int backend)

@@ -17,7 +17,7 @@ ub1 backend_of_value(const omx_handle *h, ub1 otherwise)
 /* Takes what a backend has put into its variable of a locator. */
 void take_locator(omx_handle *h, ub1 backend, void *own)
 {
-    h->backend[backend] = own;
+    omx_set_own(h, backend, own);
     h->current = omx_bit(backend);
 }
 
@@ -161,7 +161,7 @@ sword OCILobFileSetName(OCIEnv *envhp, OCIError *errhp, OCILobLocator **filepp, 
             omx_own<OCIEnv>(env, backend), omx_own<OCIError>(errh, backend), &own, alias.text,
             (ub2)alias.length, file.text, (ub2)file.length);
         if (omx_succeeded(rc)) {
-            h->backend[backend] = own;
+            omx_set_own(h, backend, own);
             if (named == omx_none)
                 result = rc;
             named |= omx_bit(backend);

@@ -20,7 +20,7 @@ omx_handle *omx_wrap(ub4 type, omx_handle *env, unsigned int backend, void *hndl
     omx_handle *h = omx_new(type, env);
     if (!h)
         return nullptr;
-    h->backend[backend] = hndlp;
+    omx_set_own(h, backend, hndlp);
     omx_publish(h);
     if (owner)
         omx_add_child(owner, h);
@@ -47,7 +47,7 @@ omx_handle *omx_new_service(omx_handle *env, unsigned int backend, void *hndlp)
         omx_release(svch);
         return nullptr;
     }
-    svch->backend[backend] = hndlp;
+    omx_set_own(svch, backend, hndlp);
     omx_publish(svch);
     return svch;
 }
