@@ -147,6 +147,18 @@ void interval_key(sqlite3_context *context, int, arguments given)
     sqlite3_result_blob64(context, bytes, length, SQLITE_TRANSIENT);
 }
 
+// What EXTRACT takes out of an interval, which counts months or seconds.
+struct interval_field {
+    std::string_view name;
+    bool of_year;
+    std::int64_t units;
+    std::int64_t wraps_at; // 0: never
+};
+constexpr interval_field interval_fields[] = {
+    {"YEAR", true, 12, 0},     {"MONTH", true, 1, 12},    {"DAY", false, 86400, 0},
+    {"HOUR", false, 3600, 24}, {"MINUTE", false, 60, 60}, {"SECOND", false, 1, 60},
+};
+
 // EXTRACT of a time or an interval.
 void extract(sqlite3_context *context, int, arguments given)
 {
@@ -162,20 +174,13 @@ void extract(sqlite3_context *context, int, arguments given)
         const bool is_year = value.type == interval_type::year_to_month;
         const std::int64_t count = value.count;
         nanosecond = value.nanosecond;
-        if (field == "YEAR" || field == "MONTH")
-            is_known = is_year, result = field == "YEAR" ? count / 12 : count % 12;
-        else if (is_year)
-            is_known = false;
-        else if (field == "DAY")
-            result = count / 86400;
-        else if (field == "HOUR")
-            result = count / 3600 % 24;
-        else if (field == "MINUTE")
-            result = count / 60 % 60;
-        else if (field == "SECOND")
-            result = count % 60;
-        else
-            is_known = false;
+        is_known = false;
+        for (const interval_field &f : interval_fields) {
+            if (f.name != field || f.of_year != is_year)
+                continue;
+            is_known = true;
+            result = f.wraps_at ? count / f.units % f.wraps_at : count / f.units;
+        }
     } else {
         if (!timestamp_argument(context, given[0], &time))
             return;

@@ -187,8 +187,9 @@ std::string keep_values_sql(const session_settings &settings)
     std::string sql;
     for (const auto &[name, number] : settings.sequence_values) {
         const std::string value = std::to_string(number);
-        sql += std::string("UPDATE ") + table + " SET next = " + value + " + increment" + where_name(name) +
-               " AND (increment > 0 AND next <= " + value + " OR increment < 0 AND next >= " + value + ");";
+        sql.append("UPDATE ").append(table).append(" SET next = ").append(value).append(" + increment");
+        sql.append(where_name(name)).append(" AND (increment > 0 AND next <= ").append(value);
+        sql.append(" OR increment < 0 AND next >= ").append(value).append(");");
     }
     return sql;
 }
