@@ -93,6 +93,8 @@ void omx_add_reason(omx_handle *errh, unsigned int backend, sword rc)
         snprintf(record->text, sizeof record->text, "DKOM-%05d: %s refused with %d and gave no reason.",
                  omx_error_backend_silent, omx_backend_name(backend), rc);
     }
+    OMX_TRACE(OM_LOG_INFO, "%s refused it\n\treturn rc=%d\n\tr_errcodep=%d\n\tr_bufp=%s",
+              omx_backend_name(backend), rc, record->code, record->text);
 }
 
 const omx_error_record *omx_record(const omx_handle *errh, ub4 number)

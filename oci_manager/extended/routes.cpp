@@ -2,6 +2,8 @@
 
 #include <stdlib.h>
 
+#include "trace_log.h"
+
 namespace
 {
 
@@ -37,8 +39,12 @@ sword omx_route_of(const omx_handle *env, const OraText *link, ub4 length, ub1 a
     for (ub1 i = 0; i < wanted.count; i++)
         if (available & omx_bit(wanted.backend[i]))
             route->backend[route->count++] = wanted.backend[i];
-    if (route->count)
+    if (route->count) {
+        OMX_TRACE(OM_LOG_INFO, "%s: %s%s%s is to serve it", routes ? OMX_ROUTES_VARIABLE : "the usual route",
+                  omx_backend_name(route->backend[0]), route->count > 1 ? " or else " : "",
+                  route->count > 1 ? omx_backend_name(route->backend[1]) : "");
         return OCI_SUCCESS;
+    }
     const unsigned int missing = wanted.backend[0];
     return omx_fail(errh, omx_error_routes,
                     "This link is routed to %s only, which cannot serve it here%s%s. Change DKOM_ROUTES, or "

@@ -8,6 +8,7 @@
 #include "extras.h"
 #include "libraries.h"
 #include "text.h"
+#include "written.h"
 
 namespace
 {
@@ -175,6 +176,41 @@ const char *backend_of(const omx_traced_value *arguments, int count)
     return !known ? nullptr : known->targets == omx_both ? "Oracle and Dravik" : omx_backend_name(known->run);
 }
 
+/* What a call has put into the program's variables of pointers: the handles that it made. */
+void add_variables(message *m, const char *declaration, const omx_traced_value *arguments, int count)
+{
+    const char *rest = strchr(declaration, '(') + 1;
+    for (int i = 0; i < count; i++) {
+        const parameter_name name = take_name(&rest);
+        const void *variable = (const void *)arguments[i].value;
+        void *held = nullptr;
+        if (arguments[i].what != omx_traced_value::variable || !variable ||
+            readable_bytes(variable, sizeof held) != sizeof held)
+            continue;
+        memcpy(&held, variable, sizeof held);
+        m->add("\n\t*%.*s=%p", name.length, name.begin, held);
+    }
+}
+
+/* The error that a failed call has left on its error handle. */
+void add_error(message *m, const omx_traced_value *arguments, int count)
+{
+    for (int i = 0; i < count; i++) {
+        void *handle = (void *)arguments[i].value;
+        const omx_handle *h = arguments[i].what == omx_traced_value::pointer ? omx_find_any(handle) : nullptr;
+        if (!h || h->type != OCI_HTYPE_ERROR)
+            continue;
+        OraText text[2 * 1024] = {};
+        sb4 code = 0;
+        if (written::OCIErrorGet(handle, 1, nullptr, &code, text, sizeof text - 2, OCI_HTYPE_ERROR) !=
+            OCI_SUCCESS)
+            return;
+        m->add("\n\tr_errcodep=%d\n\tr_bufp=", code);
+        add_text(m, (const char *)text, -1, omx_environment_of(h)->is_utf16);
+        return;
+    }
+}
+
 } // namespace
 
 void omx_trace_call(const char *declaration, const omx_traced_value *arguments, int count)
@@ -215,5 +251,9 @@ void omx_trace_result(const char *declaration, const omx_traced_value *arguments
         m.add("\n\treturn rc=%lld", (long long)result.value);
     else if (result.what != omx_traced_value::none)
         m.add("\n\treturn %p", (const void *)result.value);
+    if (is_code && omx_succeeded((sword)result.value))
+        add_variables(&m, declaration, arguments, count);
+    else if (is_code && (sword)result.value == OCI_ERROR)
+        add_error(&m, arguments, count);
     OMX_TRACE(level, "%s", m.text);
 }

@@ -11,7 +11,7 @@
 
 /* One argument or result. */
 struct omx_traced_value {
-    enum kind : ub1 { none, pointer, text, number } what;
+    enum kind : ub1 { none, pointer, variable, text, number } what; /* variable: of a pointer */
     uint64_t value;
 };
 
@@ -20,7 +20,9 @@ template <class A> OMX_INLINE omx_traced_value omx_traced(A value)
     if constexpr (std::is_pointer_v<A>) {
         using target = std::remove_pointer_t<A>;
         // Only texts that the program passes can be read before the call.
-        return {std::is_same_v<target, const OraText> ? omx_traced_value::text : omx_traced_value::pointer,
+        return {std::is_same_v<target, const OraText> ? omx_traced_value::text
+                : std::is_pointer_v<target>           ? omx_traced_value::variable
+                                                      : omx_traced_value::pointer,
                 (uint64_t)value};
     } else {
         return {omx_traced_value::number, (uint64_t)(long long)value};
@@ -30,7 +32,9 @@ template <class A> OMX_INLINE omx_traced_value omx_traced(A value)
 /* Writes the records in front of a call: its name (level 50) and its arguments (level 30). */
 void omx_trace_call(const char *declaration, const omx_traced_value *arguments, int count);
 
-/* Writes the record behind it: level 30, or 20 for a failure. */
+/* Writes the record behind it: level 30 with the handles that the call has made, or 20 with the error of a
+ * failure.
+ */
 void omx_trace_result(const char *declaration, const omx_traced_value *arguments, int count,
                       omx_traced_value result, bool is_code);
 

@@ -57,7 +57,7 @@ TEST_F(ExtendedTrace, names_arguments_and_keeps_secrets)
          {"OCI manager, extended edition ", "/descriptors\n", "libclntsh.so, loaded", "libdkoci.so, loaded",
           "TRACE - OCILogon2()", "\n\tusername=scott", "\n\tpassword=***\n\tpasswd_len=5",
           "\n\tdbname=mars\n", "END FUNC - OCIStmtExecute()\n\tbackend=Dravik\n\treturn rc=0",
-          "\n\tstmt=insert into note values (:1, :2)\n", "\n\t*valuep=n"})
+          "\n\t*hndlpp=0x", "\n\tstmt=insert into note values (:1, :2)\n", "\n\t*valuep=n"})
         EXPECT_NE(trace.find(part), std::string::npos) << part;
     EXPECT_EQ(trace.find("tiger"), std::string::npos);
 }
@@ -71,6 +71,7 @@ TEST_F(ExtendedTrace, is_written_at_the_level_that_is_asked_for)
     EXPECT_EQ(refused.status, 1);
     const std::string trace = take_trace();
     EXPECT_NE(trace.find("ERROR - END FUNC - OCILogon2()"), std::string::npos) << trace;
+    EXPECT_NE(trace.find("\n\tr_errcodep=12154\n\tr_bufp=ORA-12154"), std::string::npos) << trace;
     EXPECT_EQ(trace.find("INFO - OCILogon2("), std::string::npos) << trace;
 }
 
