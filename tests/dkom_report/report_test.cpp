@@ -1,10 +1,12 @@
 // dkom-report on traces of programs that run on both editions.
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <regex>
 #include <string>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "program.h"
 #include "symptoms.h"
@@ -116,8 +118,14 @@ TEST_F(ReportTest, ConnectionsTellWhereTheyWentAndWhy)
                                   "Dravik accepted it", "\\d+ executions in .* 1 failures, closed"}));
     EXPECT_TRUE(has_lines(report({"connections", trace_of(TRACED_EXACT, "nowhere", "")}),
                           {"'nowhere' -> failed", "Oracle refused it: ORA-12154", "failed with result -1"}));
-    EXPECT_TRUE(has_lines(report({"connections", trace_of(TRACED_EXTENDED, "world", "")}),
-                          {"'world' -> Oracle  OCIServerAttach", "Oracle accepted it", "closed"}));
+    EXPECT_TRUE(has_lines(report({"connections", trace_of(TRACED_EXTENDED, "mars", "")}),
+                          {"'mars' -> Dravik  OCIServerAttach", "the usual route: Oracle or else Dravik",
+                           "Oracle refused it: ORA-12154", "Dravik accepted it", "1 failures, closed"}));
+    set_variable("DKOM_ROUTES=m*=dravik");
+    EXPECT_TRUE(has_lines(report({"connections", trace_of(TRACED_EXTENDED, "mars", "")}),
+                          {"DKOM_ROUTES: Dravik is to serve it", "Dravik accepted it"}));
+    EXPECT_TRUE(has_lines(report({"connections", trace_of(TRACED_EXTENDED, "missing", "")}),
+                          {"'missing' -> failed", "DKOM_ROUTES: Dravik is", "ORA-12154", "result -1"}));
 }
 
 TEST_F(ReportTest, HandlesThatWereNeverReleasedAreTold)
@@ -137,6 +145,18 @@ TEST_F(ReportTest, HandlesThatWereNeverReleasedAreTold)
     }
 }
 
+TEST_F(ReportTest, TheExtendedEditionTellsHandlesAndErrors)
+{
+    const std::string trace = trace_of(TRACED_EXTENDED, "mars", "leak");
+    const std::string leaks = report({"leaks", trace});
+    EXPECT_TRUE(has_lines(leaks, {"Every handle"})) << "an environment takes its handles along";
+    EXPECT_TRUE(
+        has_lines(report({"statements", trace}), {"INSERT INTO strangers", "ORA-00942: table or view"}));
+    const std::string killed = report({"leaks", trace_of(TRACED_EXTENDED, "mars", "killed")});
+    EXPECT_TRUE(
+        has_lines(killed, {"Never released", "environment .*OCIEnvCreate", "statement .*SELECT COUNT"}));
+}
+
 TEST_F(ReportTest, ThreadsOfAProcessAreToldApart)
 {
     struct Numbers {
@@ -151,6 +171,34 @@ TEST_F(ReportTest, ThreadsOfAProcessAreToldApart)
         EXPECT_TRUE(has_lines(report({"leaks", trace}), {"Every handle"})) << n.program << n.level;
         EXPECT_TRUE(has_lines(report({"stop", trace}), {"^No stop"}));
     }
+}
+
+TEST_F(ReportTest, JsonHoldsWhatTheTablesShow)
+{
+    const auto all = nlohmann::json::parse(report({"--json", trace_of(TRACED_EXACT, "mars", "leak")}));
+    EXPECT_EQ(all.at("files").at(0).at("edition"), "exact");
+    EXPECT_EQ(all.at("connections").at(0).at("backend"), "Dravik");
+    EXPECT_EQ(all.at("never_released").size(), 2U);
+    EXPECT_EQ(all.at("stops").size(), 0U);
+    std::map<std::string, int> runs;
+    for (const auto &statement : all.at("statements"))
+        runs[statement.at("statement")] = statement.at("executions");
+    EXPECT_EQ(runs.at("INSERT INTO people VALUES (?, ?, ?)"), 2);
+    EXPECT_EQ(runs.at("INSERT INTO people SELECT id, name, pin FROM people"), 4);
+    for (const auto &call : all.at("calls")) {
+        if (call.at("function") == "OCIStmtExecute") {
+            EXPECT_EQ(call.at("count"), 9);
+            EXPECT_EQ(call.at("failures"), 1);
+            EXPECT_EQ(call.at("timed"), 9);
+        }
+    }
+    const std::string trace = trace_of(TRACED_EXACT, "mars", "stop");
+    const auto stop = nlohmann::json::parse(report({"--json", trace})).at("stops").at(0);
+    EXPECT_EQ(stop.at("function"), "OCITransCommit");
+    EXPECT_EQ(stop.at("argument"), "svchp");
+    const std::string handle = stop.at("handle");
+    const auto life = nlohmann::json::parse(report({"--json", "handle", handle, "-n", "0", trace}));
+    EXPECT_EQ(life.at("handle"), handle);
 }
 
 TEST_F(ReportTest, OddInputIsReadAsFarAsItGoes)

@@ -369,10 +369,11 @@ void Analysis::extended_record(const Record &record)
         Process &file = process();
         file.version = message.substr(title.size(), message.find('\n') - title.size());
         file.program = trace_reader::value_of(message, "program").value_or("");
-    } else if (const std::size_t refused = message.find(" refused ");
-               record.level == Level::info && refused < 10) {
+    } else if (record.level == Level::info && message.find(" refused it\n") < 10) {
         const std::string_view text = trace_reader::value_of(message, "r_bufp").value_or("no reason given");
-        current().refusals.push_back(fmt::format("{} refused it: {}", message.substr(0, refused), text));
+        current().refusals.push_back(fmt::format("{}: {}", message.substr(0, message.find('\n')), text));
+    } else if (message.ends_with(" is to serve it")) {
+        current().refusals.emplace_back(message); // the route: where it is tried, and in which order
     } else if (message.starts_with("DKOM-")) {
         current().refusals.emplace_back(message.substr(0, message.find('\n')));
     } else if (const std::string_view name = trace_reader::function_of_call(record); !name.empty()) {

@@ -139,16 +139,17 @@ void Analysis::finish_attach(const OpenCall &call, const Outcome &outcome, Micro
     connection.backend = call.backend;
     connection.why = std::move(context.refusals);
     context.refusals.clear();
-    if (outcome.failed)
-        connection.why.push_back(fmt::format(
-            "{} with result {}", connection.why.empty() ? "it failed" : "so it failed", outcome.result));
-    else if (connection.why.empty())
-        connection.why.emplace_back(
-            is_exact && call.backend == backend_oracle ? "Oracle is asked first, and accepted it"
-            : is_exact ? "the server handle was Dravik's already, and Dravik accepted it"
-                       : fmt::format("{} accepted it at once", name_of(call.backend)));
-    else
+    if (outcome.failed) {
+        if (!is_exact)
+            connection.why.push_back(error_in(outcome.message, outcome.result));
+        connection.why.push_back(fmt::format("it failed with result {}", outcome.result));
+    } else if (!connection.why.empty() || !is_exact) {
         connection.why.push_back(fmt::format("{} accepted it", name_of(call.backend)));
+    } else {
+        connection.why.emplace_back(call.backend == backend_oracle
+                                        ? "Oracle is asked first, and accepted it"
+                                        : "the server handle was Dravik's already, and Dravik accepted it");
+    }
     report_.connections.push_back(std::move(connection));
     if (outcome.failed)
         return;

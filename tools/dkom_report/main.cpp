@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <dkom_version.h>
 #include <dkomsql/progress.h>
 #include <trace_reader/message.h>
 #include <trace_reader/source.h>
@@ -16,6 +17,7 @@
 #include "analysis.h"
 #include "format.h"
 #include "handle_life.h"
+#include "json.h"
 #include "tables.h"
 
 namespace
@@ -41,6 +43,7 @@ constexpr const char *footer =
     "                                                standard error, if there is one)\n"
     "  dkom-report leaks om_4711.log                 which handles were never released?\n"
     "  dkom-report handle 0x55d0c8a3f2e0 om_4711.log the life of one handle\n"
+    "  dkom-report --json om_4711.log | jq .calls    for programs\n"
     "\n"
     "Traces of level 30 tell calls, statements, connections and handles; those of level 20 failures,\n"
     "those of level 10 stops only.\n"
@@ -58,6 +61,7 @@ struct Arguments {
     std::string address;
     std::string order = "total";
     std::size_t limit = 20;
+    bool json = false;
     bool wide = false;
     bool literals = false;
 };
@@ -104,7 +108,8 @@ void declare_options(CLI::App &app, Arguments &arguments)
     app.add_flag(
         "--literals", arguments.literals,
         "Statements that differ in literals only are different ones, and are shown with their values");
-    app.set_version_flag("-V,--version", "dkom-report " DKOM_VERSION_TEXT);
+    app.add_flag("--json", arguments.json, "Write all of it as JSON; times are in microseconds");
+    app.set_version_flag("-V,--version", "dkom-report " DKOM_VERSION);
     app.footer(footer);
 }
 
@@ -168,6 +173,10 @@ int show_handle(const Arguments &arguments, const View &view)
     const bool all = read_all(
         arguments, false, life, [](const std::string &) {}, [](std::uint64_t) {});
     const auto entries = life.entries();
+    if (arguments.json) {
+        fmt::print("{}\n", handle_json(address, life));
+        return all ? exit_ok : exit_no_trace;
+    }
     if (entries.empty())
         fmt::print("0x{:x} is in no record that was read.\n", address);
     for (const HandleLife::Entry &entry : entries) {
@@ -200,7 +209,9 @@ int run(const Arguments &arguments)
     for (const Process &process : report.processes)
         records += process.records;
 
-    if (records > 0) {
+    if (arguments.json) {
+        fmt::print("{}\n", report_json(report, view));
+    } else if (records > 0) {
         const auto text = [&] {
             switch (arguments.what) {
             case What::calls:

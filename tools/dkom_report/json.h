@@ -1,0 +1,27 @@
+#ifndef DKOM_REPORT_JSON_H
+#define DKOM_REPORT_JSON_H
+
+#include <cstdint>
+#include <string>
+
+#include "handle_life.h"
+#include "model.h"
+#include "tables.h"
+
+namespace dkom_report
+{
+
+/// All of a report as a JSON document. Times of day are texts, spans are microseconds (`..._us`). Lists are
+/// in the order of the view and whole: its limit does not count.
+std::string report_json(const Report &report, const View &view);
+
+/// The life of a handle as a JSON document.
+std::string handle_json(std::uint64_t address, const HandleLife &life);
+
+/// What the page of `--html` draws: the report and its lanes. `most_lanes` of a kind are given, busiest
+/// first.
+std::string page_json(const Report &report, std::size_t most_lanes);
+
+} // namespace dkom_report
+
+#endif
