@@ -43,6 +43,67 @@ TEST_P(Copy, options)
     EXPECT_EQ(content(), "7,x y,\n8,-,\n9,n,\n");
 }
 
+TEST_P(Copy, standard_input_and_columns)
+{
+    // Command, input, and what is in the table afterwards.
+    const std::tuple<const char *, const char *, const char *> cases[] = {
+        {"\\copy - t", "1,a,x\n", "1,a,x\n"},
+        {"\\copy - t (\"NAME\", id)", "b,2\n", "1,a,x\n2,b,\n"},
+        // The names in the list, not those in the header line.
+        {"\\copy - t(id, name) header", "nope,neither\n3,c\n", "1,a,x\n2,b,\n3,c,\n"},
+    };
+    for (const auto &[command, input, rows] : cases) {
+        EXPECT_EQ(run({link(), "-e", command}, input).status, 0) << command;
+        EXPECT_EQ(content(), rows) << command;
+    }
+    // A script that carries its rows.
+    const Outcome script =
+        run({link(), "--format", "csv", "--no-header"},
+            "delete from t;\n\\copy - t\n4,d,\n5,\"\\.\n\\.\",\n\\.\nselect count(*) from t;\n");
+    EXPECT_TRUE(script.says(0, "2 rows loaded"));
+    EXPECT_EQ(script.out, "2\n");
+    EXPECT_EQ(content(), "4,d,\n5,\"\\.\n\\.\",\n");
+}
+
+/// Values longer than an array of the interface can hold come and go whole, or not at all.
+TEST_P(Copy, long_texts_and_bytes_go_to_csv_and_back)
+{
+    std::string csv;
+    int id = 0;
+    for (const std::size_t length : {0U, 1U, 32767U, 32768U, 70000U, 300000U}) {
+        std::string text, digits;
+        while (text.size() < length)
+            text += "Größe ";
+        while (digits.size() < length)
+            digits += "00FF0D0A";
+        csv += fmt::format("{},{},{}\n", ++id, text.empty() ? "" : text + ".", digits);
+    }
+    write_file("in.csv", csv);
+    output_of(
+        {link(), "-e",
+         "create table big(id integer, c clob, b blob); create table again(id integer, c clob, b blob)"});
+    EXPECT_EQ(copy("in.csv big").status, 0);
+    const Outcome out =
+        run({link(), "--format", "csv", "--no-header", "-e", "select * from big order by id"});
+    if (!describes()) {
+        EXPECT_TRUE(out.ends(1, "error: 2 values cannot be fetched whole"));
+        EXPECT_TRUE(csv.starts_with(out.out)) << "only whole rows";
+        return;
+    }
+    EXPECT_EQ(out.status, 0) << out.err;
+    EXPECT_TRUE(out.out == csv);
+    write_file("out.csv", out.out);
+    EXPECT_EQ(copy("out.csv again").status, 0);
+    EXPECT_EQ(rows_of(link(),
+                      "select count(*) from big x, again y where x.id = y.id and length(x.b) = length(y.b)"),
+              "5\n"); // the length of NULL is none
+    EXPECT_EQ(run({link(), "-e", "\\lob - select b from again where id = 2"}).out,
+              std::string("\0\xFF\r\n", 4));
+    write_file("bad.csv", "9,x,0G\n9,x,012\n");
+    EXPECT_TRUE(copy("bad.csv again")
+                    .says(1, "bad.csv:2: row rejected: field 3 is for bytes and does not consist of"));
+}
+
 TEST_P(Copy, many_batches_with_rejects_in_all_places)
 {
     // Rows that the database refuses: first, last, next to each other, at both ends of a batch of 1000.
@@ -113,6 +174,7 @@ TEST_P(Copy, odd_files)
         {"unknown column", "id,colour\n1,2\n", "header", 1, "ORA-00904"},
         {"zero byte", std::string("1,a\0b,c\n", 8), "", 1,
          "in.csv:1: row rejected: a field holds a zero byte"},
+        {"no UTF-8", "1,a\xE9,c\n", "", 1, "in.csv:1: row rejected: field 2 is no valid UTF-8"},
         {"open quote", "1,\"a,c\n2,b,c\n", "", 1, "in.csv:1: row rejected: the quotation mark that opens"},
     };
     for (const auto &[what, file, options, expected_status, message] : cases) {

@@ -1,108 +1,23 @@
 #include "shell.h"
 
-#include <array>
-#include <cerrno>
-#include <poll.h>
-#include <pty.h>
-#include <sys/wait.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include "terminal.h"
 
 namespace
 {
 
-/// The program at a terminal of its own.
-class Terminal
-{
-public:
-    Terminal(const std::string &directory, std::vector<std::string> words,
-             std::vector<std::string> environment)
-    {
-        child_ = forkpty(&terminal_, nullptr, nullptr, nullptr);
-        if (child_ != 0)
-            return;
-        if (chdir(directory.c_str()) == 0)
-            execve(words[0].c_str(), argument_pointers(words).data(), argument_pointers(environment).data());
-        _exit(127);
-    }
-
-    ~Terminal()
-    {
-        if (child_ > 0)
-            kill(child_, SIGKILL);
-        wait();
-        close(terminal_);
-    }
-
-    void type(const std::string &text) const
-    {
-        EXPECT_EQ(write(terminal_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    }
-
-    /// Types each first text and waits for the one behind it.
-    void talk(const std::vector<std::pair<std::string, std::string>> &steps)
-    {
-        for (const auto &[typed, shown] : steps) {
-            type(typed);
-            ASSERT_TRUE(shows(shown)) << "not seen: " << shown << '\n' << screen_;
-        }
-    }
-
-    /// Leaves the program, which has to end well.
-    void leave(const std::string &typed = "\\q\n")
-    {
-        type(typed);
-        EXPECT_EQ(wait(), 0) << screen_;
-    }
-
-    /// Waits until `text` has appeared behind what was found before.
-    bool shows(const std::string &text, int patience_ms = 10000)
-    {
-        for (;;) {
-            const std::size_t found = screen_.find(text, seen_);
-            if (found != std::string::npos) {
-                seen_ = found + text.size();
-                return true;
-            }
-            pollfd waiting{terminal_, POLLIN, 0};
-            std::array<char, 4096> buffer{};
-            if (poll(&waiting, 1, patience_ms) <= 0)
-                return false;
-            const ssize_t count = read(terminal_, buffer.data(), buffer.size());
-            if (count <= 0) {
-                is_closed_ = true;
-                return false;
-            }
-            screen_.append(buffer.data(), static_cast<std::size_t>(count));
-        }
-    }
-
-    /// Exit status of the program; -1 when it did not end by itself.
-    int wait()
-    {
-        if (child_ <= 0)
-            return -1;
-        while (shows("\n")) { // reads up to the end: a full terminal would keep the program from ending
-        }
-        int status = -1;
-        if (!is_closed_)
-            kill(child_, SIGKILL);
-        waitpid(child_, &status, 0);
-        child_ = 0;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-private:
-    pid_t child_ = -1;
-    int terminal_ = -1;
-    std::string screen_;
-    std::size_t seen_ = 0;
-    bool is_closed_ = false; // the program has let go of the terminal
-};
-
 class Interactive : public BothBackends
 {
 protected:
-    Terminal start() { return {directory().string(), {program(), link()}, environment()}; }
+    Terminal start(const std::string &target, const Arguments &options = {})
+    {
+        std::vector<std::string> words{program(), target};
+        words.insert(words.end(), options.begin(), options.end());
+        return {directory().string(), words, environment()};
+    }
+    Terminal start() { return start(link()); }
     std::string prompt() const { return link() + " [" + backend() + "]> "; }
 };
 RUN_ON_BOTH_BACKENDS(Interactive);
@@ -115,14 +30,16 @@ TEST_P(Interactive, session)
                    {"create table t(a varchar2(20));\n", "Done."},
                    {"insert into t\n", "...> "},
                    {"values('über');\n", "1 row inserted."},
+                   {"\\timing\n", "Timing is on."},
                    {"select nothing from nowhere;\n", "error [" + backend() + "]:"},
+                   {"", "Time: "}, // of what failed, too
                    {"", prompt()},
                    // Ctrl-C drops what has been typed and leaves the shell alone.
                    {"select broken\n", "...> "},
                    {"still broken\003", prompt()},
                    {"select a || '!' from t;\n", " über!"},
                    {"", prompt()}});
-    terminal.leave();
+    terminal.leave("EXIT;\n");
     const std::string history = read_file("state/dkomsql/history");
     EXPECT_NE(history.find("create"), std::string::npos) << history;
     EXPECT_EQ(history.find("broken"), std::string::npos) << history;
@@ -146,16 +63,164 @@ TEST_P(Interactive, interrupt_breaks_the_statement)
     terminal.leave();
 }
 
-TEST_P(Interactive, prompt_marks_open_changes)
+TEST_P(Interactive, prompt_marks_open_changes_and_locks)
 {
     Terminal terminal = start();
+    const std::string marked = link() + " [" + backend() + "]*> ";
     terminal.talk({{"", prompt()},
-                   {"\\autocommit off\n", prompt()},
                    {"create table t(a integer);\n", prompt()},
-                   {"insert into t values(1);\n", link() + " [" + backend() + "]*> "},
+                   {"select * from t for update;\n", marked},
+                   {"\\rollback\n", prompt()},
+                   {"\\autocommit off\n", prompt()},
+                   {"insert into t values(1);\n", marked},
+                   {"\\c " + link() + "\n", "\\commit or \\rollback them first"},
                    {"rollback;\n", "Rolled back."},
                    {"", prompt()}});
     terminal.leave("\004"); // the end of the input
+}
+
+/// Tabs in what is pasted are data, whether the terminal announces a paste or not.
+TEST_P(Interactive, what_is_pasted_stays_as_it_is)
+{
+    Terminal terminal = start();
+    terminal.talk({{"", prompt()},
+                   {"create table t(a varchar2(20));\n", "Done."},
+                   {"insert into t values('a\tb');\n", "1 row inserted."},
+                   {"\033[200~insert into t values('c\td\n\te');\nselect 6 * 7 from \033[201~", "6 * 7"},
+                   {"dual;\n", " 42"},
+                   {"", prompt()}});
+    terminal.leave();
+    EXPECT_EQ(rows_of(link(), "select a from t order by 1"), "a\tb\n\"c\td\n\te\"\n");
+}
+
+TEST_P(Interactive, completion)
+{
+    Terminal terminal = start();
+    terminal.talk({{"", prompt()},
+                   {"create table inventory(amount integer, shelf varchar2(9));\n", prompt()},
+                   {"create table \"Odd One\"(x integer);\n", prompt()},
+                   {"sel\t", "select "},
+                   {"amount from inv\t", "inventory "},
+                   {"where sh\t", "shelf "},
+                   {"\025SELECT * FROM INV\t", "INVENTORY "},
+                   {"\025select * from \"O\t", "\"Odd One\" "},
+                   {"\025\\ti\t", "\\timing "},
+                   {"o\t", "on  off"},
+                   {"\025\\i /etc/pass\t", "passwd"},
+                   {"\025select 6 * 7 from du\t", "dual "},
+                   {";\n", " 42"},
+                   {"", prompt()}});
+    terminal.leave();
+}
+
+TEST_P(Interactive, editor_pager_and_programs)
+{
+    set_variable("EDITOR=sed -i s/one/two/");
+    set_variable("PAGER=sed s/^/page:/");
+    Terminal terminal = start();
+    terminal.talk(
+        {{"", prompt()},
+         {"select 'one' || '!' from dual;\n", " one!"},
+         {"\\e\n", " two!"},
+         {"\\e\n", "Nothing was changed"},
+         {"select 'one\n\\e\n", "...> "},
+         {"' || 'more' from dual;\n", " two\\nmore"},
+         {"", prompt()},
+         {"with recursive n(i) as (select 1 union all select i + 1 from n where i < 60) select * from n;\n",
+          "page: 60"},
+         {"", prompt()},
+         {"\\pager off\n", "off."},
+         {"\\! expr 6 '*' 7\n", "42\r\n"},
+         {"\\x on\n", "on."},
+         {"select 8 from dual;\n", "-[ row 1 ]-"},
+         {"", prompt()}});
+    terminal.leave();
+}
+
+TEST_P(Interactive, shells_share_their_history)
+{
+    Terminal one = start();
+    Terminal other = start();
+    one.talk({{"", prompt()}, {"select 'first' from dual;\n", prompt()}});
+    other.talk({{"", prompt()}, {"select 'second' from dual;\n", prompt()}});
+    one.talk({{"select 'third' from dual;\n", prompt()}});
+    one.leave();
+    other.leave();
+    const std::string history = read_file("state/dkomsql/history");
+    for (const char *entry : {"first", "second", "third"})
+        EXPECT_NE(history.find(entry), std::string::npos) << entry << '\n' << history;
+    struct stat status = {};
+    ASSERT_EQ(stat((directory() / "state/dkomsql/history").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST_P(Interactive, startup_file)
+{
+    write_file(".dkomsqlrc", "\\null <nil>\n\\nope\nselect 'star' || 'ted' from dual;\n");
+    Terminal terminal = start();
+    terminal.talk({{"", ".dkomsqlrc:2: there is no command \\nope"},
+                   {"", "started"},
+                   {"", prompt()},
+                   {"select null from dual;\n", "<nil>"}});
+    terminal.leave();
+    Terminal without = start(link(), {"--no-startup"});
+    without.talk({{"", prompt()}, {"select null from dual;\n", "(null)"}});
+    without.leave();
+    chmod((directory() / ".dkomsqlrc").c_str(), 0666);
+    Terminal unsafe = start();
+    unsafe.talk({{"", "can be written by others"}, {"", prompt()}, {"select null from dual;\n", "(null)"}});
+    unsafe.leave();
+}
+
+TEST_P(Interactive, rows_are_typed_behind_copy)
+{
+    Terminal terminal = start();
+    terminal.talk({{"", prompt()},
+                   {"create table t(a integer, b varchar2(9));\n", "Done."},
+                   {"\\copy - t(b, a)\n", "a line with \\. behind them"},
+                   {"x,1\n\"\\.\n\",2\n\\.\n", "2 rows loaded into t"},
+                   {"select count(*) + 40 from t;\n", " 42"},
+                   {"", prompt()}});
+    terminal.leave();
+}
+
+/// Ctrl-C in a load says what has become of the rows.
+TEST_P(Interactive, interrupted_load)
+{
+    const std::tuple<const char *, const char *, const char *> cases[] = {
+        {"\\copy - t", "no row is committed", ""},
+        {"\\copy - t commit 1", "2 rows are committed", "1\n2\n"},
+    };
+    output_of({link(), "-e", "create table t(a integer)"});
+    for (const auto &[command, message, rows] : cases) {
+        Terminal terminal = start(link(), {"-e", command, "-e", "insert into t values(99)"});
+        terminal.type("1\n2\n");
+        usleep(300000);
+        terminal.talk({{"\003", "the load was stopped: interrupted"}, {"", message}});
+        EXPECT_EQ(terminal.wait(), 130);
+        EXPECT_EQ(rows_of(link(), "select a from t order by 1"), rows);
+    }
+}
+
+TEST_P(Interactive, password)
+{
+    Terminal terminal = start("scott@" + link());
+    if (!GetParam().is_extended) {
+        terminal.talk({{"", "the exact edition begins sessions with external credentials only"}});
+        EXPECT_EQ(terminal.wait(), 3);
+        return;
+    }
+    terminal.talk({{"", "Password of scott on " + link() + ": "},
+                   {"tiger\n", "scott@" + prompt()},
+                   {"select user from dual;\n", " SCOTT"},
+                   {"\\c joe@" + link() + "\n", "Password of joe"},
+                   {"tiger\n", "joe@" + prompt()},
+                   {"\\c jim@" + link() + "\n", "Password of jim"},
+                   {"\003", "no password was given"},
+                   {"", "joe@" + prompt()},
+                   {"\\c /@" + link() + "\n", "\n" + prompt()}});
+    terminal.leave();
+    EXPECT_EQ(terminal.screen().find("tiger"), std::string::npos);
 }
 
 } // namespace

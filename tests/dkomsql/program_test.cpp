@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <regex>
 
 namespace
 {
@@ -287,6 +290,145 @@ TEST_P(Described, large_objects)
         EXPECT_EQ(read_file("two.bin").size(), 3U);
     }
     EXPECT_FALSE(std::filesystem::exists(directory() / "two.bin.part"));
+}
+
+TEST_P(Described, names_that_need_quotes_and_lists_of_tables)
+{
+    output_of(
+        {link(), "-e",
+         "create table \"My Table\"(\"a b\" integer); create table my_table(x integer); create view v as "
+         "select 1 one from dual;"});
+    const std::pair<const char *, const char *> cases[] = {
+        {"\\d \"My Table\"", "a b,NUMBER(38),yes\n"},
+        {"\\d", "MY_TABLE,table\nMy Table,table\nV,view\n"},
+        {"\\dt my*", "MY_TABLE,table\n"},
+        {"\\dt \"My*\"", "My Table,table\n"},
+        {"\\dt my?table;", "MY_TABLE,table\n"},
+        {"\\dt my%", ""},
+    };
+    for (const auto &[command, rows] : cases)
+        EXPECT_EQ(rows_of(link(), command), rows) << command;
+    write_file("in.csv", "1\n2\n");
+    EXPECT_EQ(run({link(), "-e", "\\copy in.csv \"My Table\"(\"a b\")"}).status, 0);
+    EXPECT_EQ(rows_of(link(), "select sum(\"a b\") from \"My Table\""), "3\n");
+    EXPECT_EQ(output_of({link(), "--format", "json", "--json-numbers", "-e",
+                         "select 12345678901234567890 + 0.5 n, to_char(7) t, null z from dual"}),
+              "[\n{\"N\":12345678901234567890.5,\"T\":\"7\",\"Z\":null}\n]\n");
+}
+
+/// A column that is as long as it likes is fetched in pieces, beside others.
+TEST_P(Described, long_columns)
+{
+    if (!GetParam().is_extended)
+        GTEST_SKIP() << "the exact edition has no calls for pieces";
+    output_of({link(), "-e", "create table t(id integer, l long); create table u(id integer, l long raw)"});
+    write_file("t.csv", "1," + std::string(200000, 'x') + "\n2,\n3,short\n");
+    write_file("u.csv", "1," + std::string(140000, 'A') + "\n2,\n");
+    for (const std::string name : {"t", "u"}) {
+        EXPECT_EQ(run({link(), "-e", "\\copy " + name + ".csv " + name}).status, 0);
+        EXPECT_TRUE(rows_of(link(), "select * from " + name + " order by id") == read_file(name + ".csv"))
+            << name;
+    }
+    EXPECT_TRUE(run({link(), "--max-value", "3", "-e", "select l, id from t"}).says(0, " xxx…   |  1"));
+}
+
+/// Texts that a program could not show or would store as something else are refused.
+TEST_P(Queries, text_has_to_be_utf8)
+{
+    output_of({link(), "-e", "create table t(a varchar2(9))"});
+    const std::tuple<Arguments, std::string, int, const char *> cases[] = {
+        {{}, "\ninsert into t values('\xE9');", 1, "stdin:2: byte 0xE9 at position 23 is no valid UTF-8"},
+        {{"-e", "\\bind x \xE9"}, "", 1, "byte 0xE9 at position 9 is no valid UTF-8"},
+        {{"-b", "x=\xE9", "-e", "insert into t values(:x)"},
+         "",
+         2,
+         "byte 0xE9 at position 1 is no valid UTF-8"},
+    };
+    for (const auto &[words, input, status, message] : cases) {
+        Arguments arguments{link()};
+        arguments.insert(arguments.end(), words.begin(), words.end());
+        EXPECT_TRUE(run(arguments, input).says(status, message));
+    }
+    EXPECT_EQ(rows_of(link(), "select count(*) from t"), "0\n");
+    // What an error quotes does not reach the terminal as it is.
+    EXPECT_TRUE(
+        run({link(), "-e", "select \"\033[31m\" from t"}).ends(1, "error [" + backend() + "]: ORA-00904"));
+    EXPECT_EQ(run({link(), "-e", "select \"\033[31m\" from t"}).err.find('\033'), std::string::npos);
+}
+
+TEST_P(Queries, passwords)
+{
+    write_file("secret", "tiger\n");
+    std::filesystem::permissions(directory() / "secret", std::filesystem::perms(0600));
+    write_file("open", "tiger\n");
+    std::filesystem::permissions(directory() / "open", std::filesystem::perms(0640));
+    write_file("empty", "\n");
+    std::filesystem::permissions(directory() / "empty", std::filesystem::perms(0600));
+    const std::tuple<const char *, const char *, int, const char *> cases[] = {
+        {"scott@", "secret", 0, "SCOTT"},
+        {"scott@", "open", 3, "the password file open can be read by others; chmod go-rwx open"},
+        {"scott@", "missing", 3, "cannot open the password file missing: No such file"},
+        {"scott@", "empty", 3, "has no password in its first line"},
+        {"scott/tiger@", "secret", 2, "a password in an argument can be seen by other users"},
+    };
+    for (const auto &[user, file, status, message] : cases) {
+        const bool is_refused = !GetParam().is_extended && status != 2;
+        EXPECT_TRUE(
+            run({user + link(), "--password-file", file, "-e", "select user from dual"})
+                .says(is_refused ? 3 : status, is_refused ? "the exact edition begins sessions" : message));
+    }
+    if (!GetParam().is_extended)
+        return;
+    set_variable("DKOMSQL_PASSWORD=tiger");
+    EXPECT_EQ(rows_of("scott@" + link(), "\\! echo password=$DKOMSQL_PASSWORD\nselect user from dual;"),
+              "password=\nSCOTT\n");
+}
+
+TEST_F(Commands, from_other_shells)
+{
+    // Script, and what it writes.
+    const std::tuple<const char *, int, const char *> cases[] = {
+        {"select 1 from dual;\nexit\nselect 2 from dual;\n", 0, "1\n"},
+        {" Quit;\nselect 2 from dual;\n", 0, ""},
+        {"select 1 from dual where 'exit' <> '\nexit\n';\n", 0, "1\n"},
+        {"\\c mars\n\\c nowhere\n", 1, ""},
+        {"\\c mars\ncreate table t(a integer);\n\\c world\nselect a from t;\n", 1, ""},
+        {"\\! echo out; exit 3\n", 1, "out\n"},
+        {"\\null -\nselect null from dual;\n\\null\nselect null, 1 from dual;\n", 0, "-\n,1\n"},
+        {"\\e\n", 1, ""},
+    };
+    for (const auto &[script, status, out] : cases) {
+        const Outcome outcome = run({"world", "--format", "csv", "--no-header"}, script);
+        EXPECT_EQ(outcome.status, status) << script << outcome.err;
+        EXPECT_EQ(outcome.out, out) << script;
+    }
+    EXPECT_TRUE(run({"world"}, "help;\n").says(0, "\\copy FILE TABLE"));
+    EXPECT_TRUE(run({"world"}, "\\c mars\n\\status\n").says(0, "Served by        dravik"));
+    EXPECT_TRUE(run({"world", "-x"}, "select 1 a, null b from dual;\n")
+                    .says(0, "-[ row 1 ]-\n A | 1\n B | (null)\n"));
+}
+
+/// The manual and the completions know every option, and the manual every command.
+TEST_F(Commands, are_in_the_manual_and_the_completions)
+{
+    const auto content = [](const std::string &path) {
+        std::ifstream file(PROJECT "/" + path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    };
+    const std::string manual = std::regex_replace(content("docs/man/dkomsql.1"), std::regex(R"(\\-)"), "-");
+    const std::string bash = content("tools/dkomsql/completion/dkomsql.bash");
+    const std::string zsh = content("tools/dkomsql/completion/_dkomsql");
+    const std::string help = output_of({"--help"});
+    std::size_t found = 0;
+    const std::regex names(R"(--[a-z-]+|\n  \\[a-z!]+)");
+    for (std::sregex_iterator name(help.begin(), help.end(), names), end; name != end; ++name, found++) {
+        const std::string text = name->str();
+        const bool is_option = text.starts_with("--");
+        EXPECT_NE(manual.find(is_option ? text : "\\e" + text.substr(4)), std::string::npos) << text;
+        EXPECT_TRUE(!is_option || bash.find(text) != std::string::npos) << text;
+        EXPECT_TRUE(!is_option || zsh.find(text) != std::string::npos) << text;
+    }
+    EXPECT_GT(found, 40U);
 }
 
 TEST_F(Commands, timing)

@@ -99,5 +99,34 @@ TEST(result_writer, formats)
         EXPECT_EQ(written(format, columns, rows, {header, false}), text) << name_of(format);
 }
 
+TEST(result_writer, options)
+{
+    const std::vector<std::string> columns{"id", "long name"};
+    const std::vector<Row> rows{{"1", "x\ny"}, {std::nullopt, "é"}};
+    WriterOptions expanded;
+    expanded.expanded = true;
+    WriterOptions nulls;
+    nulls.null_text = "<nil>";
+    EXPECT_EQ(written(Format::table, columns, rows, expanded),
+              "-[ row 1 ]-\n id        | 1\n long name | x\\ny\n-[ row 2 ]-\n id        | (null)\n"
+              " long name | é\n(2 rows)\n");
+    EXPECT_EQ(written(Format::csv, columns, rows, nulls), "id,long name\n1,\"x\ny\"\n<nil>,é\n");
+    EXPECT_EQ(written(Format::table, columns, rows, nulls),
+              "    id | long name\n-------+-----------\n     1 | x\\ny\n <nil> | é\n(2 rows)\n");
+
+    WriterOptions numbers;
+    numbers.numbers = {true, false};
+    const std::pair<const char *, const char *> cases[] = {
+        {"7", "7"},   {"-.5", "-0.5"},    {".25E+100", "0.25E+100"},
+        {"-0", "-0"}, {"+1", "1"},        {"12345678901234567890.123", "12345678901234567890.123"},
+        {"007", "7"}, {"Inf", "\"Inf\""}, {"1.", "\"1.\""},
+        {"", "\"\""}, {"1,5", "\"1,5\""},
+    };
+    for (const auto &[text, json] : cases) {
+        EXPECT_EQ(written(Format::json, columns, {{text, "1"}}, numbers),
+                  "[\n{\"id\":" + std::string(json) + ",\"long name\":\"1\"}\n]\n");
+    }
+}
+
 } // namespace
 } // namespace dkomsql

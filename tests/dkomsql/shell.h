@@ -1,6 +1,8 @@
 #ifndef TESTS_DKOMSQL_SHELL_H
 #define TESTS_DKOMSQL_SHELL_H
 
+#include <ostream>
+
 #include "program.h"
 
 class ShellTest : public ProgramTest
@@ -25,6 +27,8 @@ struct Setting {
     const char *name;
     bool is_extended;
     const char *backend;
+
+    friend std::ostream &operator<<(std::ostream &out, const Setting &setting) { return out << setting.name; }
 };
 
 /// A test that runs once on a database of each backend, on both editions.

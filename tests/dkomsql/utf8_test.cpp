@@ -31,7 +31,11 @@ TEST(utf8, width_and_printable_form)
     for (const auto &[text, printed, width] : cases) {
         EXPECT_EQ(printable(text), printed);
         EXPECT_EQ(display_width(printed), width) << printed;
+        EXPECT_EQ(malformed_at("é" + text).has_value(),
+                  text == "caf\xE9" || text == "\xE6\x9D" || text == "\xED\xA0\x80");
     }
+    EXPECT_EQ(malformed_at("aé\xFF"), 3U);
+    EXPECT_EQ(printable_lines("a\tb\n\x1B\n"), "a\\tb\n\\x1B\n");
 }
 
 TEST(utf8, prefix_without_a_cut_character)

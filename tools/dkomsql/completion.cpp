@@ -206,9 +206,12 @@ std::vector<std::string> SqlCompletion::names(const std::string &query, const st
 
 std::vector<std::string> SqlCompletion::tables()
 {
-    return names("SELECT table_name FROM user_tables WHERE table_name LIKE :pattern UNION ALL "
-                 "SELECT view_name FROM user_views WHERE view_name LIKE :pattern",
-                 "%");
+    std::vector<std::string> all =
+        names("SELECT table_name FROM user_tables WHERE table_name LIKE :pattern UNION ALL "
+              "SELECT view_name FROM user_views WHERE view_name LIKE :pattern",
+              "%");
+    all.emplace_back("DUAL"); // everybody's
+    return all;
 }
 
 std::vector<std::string> SqlCompletion::columns_of(const std::vector<std::string> &tables)

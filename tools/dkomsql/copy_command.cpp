@@ -72,7 +72,8 @@ void read_options(const Words &words, CopyOptions &options)
 std::string state_after_stop(const CopyResult &result, bool autocommit)
 {
     if (!autocommit)
-        return result.loaded == 0 ? "no row was loaded" : rows(result.loaded) + " loaded, not committed";
+        return result.loaded == 0 ? "no row was loaded"
+                                  : rows(result.loaded) + " loaded before that, not committed";
     const std::string committed = result.committed == 0 ? "no row is"
                                                         : fmt::format("{} {}", rows(result.committed),
                                                                       result.committed == 1 ? "is" : "are");
@@ -111,7 +112,7 @@ void run_copy(Shell &shell, const Words &arguments)
     std::size_t shown_rejects = 0;
     const auto on_reject = [&](std::size_t line, const std::string &reason) {
         if (shown_rejects++ < most_shown)
-            Shell::complain(fmt::format("{}:{}: row rejected: {}", options.file, line, reason));
+            Shell::complain(fmt::format("{}:{}: row rejected: {}", options.name(), line, reason));
     };
     const CopyResult result = copy_in(shell.session(), options, on_reject);
     take_up_input(options);
@@ -127,7 +128,7 @@ void run_copy(Shell &shell, const Words &arguments)
         throw UserError(fmt::format("the load was stopped: {}\n{}", result.stopped,
                                     state_after_stop(result, options.autocommit)));
     if (result.rejected > 0)
-        throw UserError(fmt::format("{} of {} not loaded", rows(result.rejected), options.file));
+        throw UserError(fmt::format("{} of {} not loaded", rows(result.rejected), options.name()));
 }
 
 } // namespace dkomsql

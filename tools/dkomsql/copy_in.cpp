@@ -149,12 +149,12 @@ public:
                 break;
             add(std::move(*record));
         }
-        if (interrupted())
+        if (result_.stopped.empty() && interrupted())
             result_.stopped = "interrupted";
         if (result_.stopped.empty())
             load_batch();
         if (in_.bad())
-            result_.stopped = fmt::format("cannot read {}", options_.file);
+            result_.stopped = fmt::format("cannot read {}", options_.name());
         report_rejects();
         end_transaction();
         result_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -187,15 +187,15 @@ private:
             return;
         const std::optional<CsvRecord> record = reader_.next();
         if (!record || record->blank)
-            throw std::runtime_error(fmt::format("{} has no header line", options_.file));
+            throw std::runtime_error(fmt::format("{} has no header line", options_.name()));
         if (!record->error.empty())
-            throw std::runtime_error(fmt::format("{}: header line: {}", options_.file, record->error));
+            throw std::runtime_error(fmt::format("{}: header line: {}", options_.name(), record->error));
         if (!options_.columns.empty())
             return; // they say it better
         for (const std::optional<std::string> &name : record->fields) {
             if (!name || name->empty())
                 throw std::runtime_error(
-                    fmt::format("{}: a column in the header line has no name", options_.file));
+                    fmt::format("{}: a column in the header line has no name", options_.name()));
             column_names_.push_back(sql_identifier(*name));
         }
         prepare(column_names_.size());
@@ -328,7 +328,7 @@ private:
         if (is_about_one_row(done.error->code()))
             reject(line, done.error->what());
         else
-            result_.stopped = fmt::format("{}:{}: {}", options_.file, line, done.error->what());
+            result_.stopped = fmt::format("{}:{}: {}", options_.name(), line, done.error->what());
         return failed + 1;
     }
 

@@ -24,6 +24,9 @@ struct CopyOptions {
     bool autocommit = true;               ///< false: the rows stay part of the open transaction
     std::size_t commit_every = 0;         ///< rows; 0: all rows are one transaction, whole or not at all
     std::size_t most_rejects = 1000;      ///< the load stops when more rows than this are refused
+
+    /// How messages call the file.
+    std::string name() const { return file == "-" ? "stdin" : file; }
 };
 
 struct CopyResult {

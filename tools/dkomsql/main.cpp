@@ -230,7 +230,7 @@ int parse_and_run(int argc, char **argv)
     // Text goes in and comes out as UTF-8, unless the user has told Oracle's library otherwise.
     setenv("NLS_LANG", "AMERICAN_AMERICA.AL32UTF8", 0);
 
-    CLI::App app(description, "dkomsql");
+    CLI::App app(description, is_extended() ? "dkomsql" : "dkomsql-exact");
     Arguments arguments;
     declare_options(app, arguments);
     std::vector<Job> jobs;

@@ -298,9 +298,7 @@ constexpr std::array<MetaCommand, 24> commands{{
     {"rollback", "", "undo the changes that are not committed", 0, 0, rollback},
     {"lob", "FILE SELECT ...", "write the CLOB or BLOB of one row to a file (-: the standard output)", 2, 2,
      lob, Argument::file, no_name, true},
-    {"copy", copy_usage,
-     "load a CSV file (-: the standard input) in one transaction, or commit every N rows; stop when more "
-     "than N rows (1000) are refused",
+    {"copy", copy_usage, "load a CSV file (-: the standard input); more than N refused rows (1000) stop it",
      2, 12, copy, Argument::file, 1},
     {"x", "[on|off]", "tables with a line for each value", 0, 1, expanded, Argument::on_off},
     {"timing", "[on|off]", "show how long statements take", 0, 1, timing, Argument::on_off},

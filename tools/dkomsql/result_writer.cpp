@@ -58,6 +58,8 @@ std::string dimmed(const Field &field, const WriterOptions &options)
 /// A number as JSON spells it; nothing for what it has no number for, such as an infinity.
 std::optional<std::string> json_number(std::string_view text)
 {
+    if (!looks_like_number(text))
+        return std::nullopt;
     std::string number;
     if (text.starts_with('-'))
         number = "-";

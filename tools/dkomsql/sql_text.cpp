@@ -252,14 +252,16 @@ std::vector<std::string> tables_named(std::string_view sql)
         return std::find(list.begin(), list.end(), word) != list.end();
     };
     std::vector<std::string> names;
+    std::string before;
     bool is_expected = false;
     bool in_list = false; // a comma brings another name
     for (std::size_t at = skip_blanks_and_comments(sql); at < sql.size();) {
         const Token token = token_at(sql, at);
         const std::string_view text = sql.substr(at, token.end - at);
         const std::string word = token.kind == Kind::word ? upper(text) : "";
-        if (is_one_of(openers, word)) {
-            is_expected = in_list = true;
+        if (is_one_of(openers, word) && before != "FOR") {
+            is_expected = true;
+            in_list = word == "FROM";
         } else if (is_one_of(enders, word)) {
             is_expected = in_list = false;
         } else if (is_expected && (token.kind == Kind::word || text.front() == '"')) {
@@ -268,6 +270,7 @@ std::vector<std::string> tables_named(std::string_view sql)
         } else {
             is_expected = in_list && text == ",";
         }
+        before = word;
         at = skip_blanks_and_comments(sql, token.end);
     }
     return names;
