@@ -158,14 +158,26 @@ void add_argument(message *m, const parameter_name &name, const parameter_name &
     }
 }
 
+/* What a variable of a pointer holds; null if it cannot be read. */
+const void *held_by(const void *variable)
+{
+    const void *held = nullptr;
+    if (variable && readable_bytes(variable, sizeof held) == sizeof held)
+        memcpy(&held, variable, sizeof held);
+    return held;
+}
+
 /* The backend of the handle that a call was about. */
 const char *backend_of(const omx_traced_value *arguments, int count)
 {
     const omx_handle *known = nullptr;
     for (int i = 0; i < count; i++) {
-        if (arguments[i].what != omx_traced_value::pointer)
+        const void *pointer = (const void *)arguments[i].value;
+        if (arguments[i].what == omx_traced_value::variable)
+            pointer = held_by(pointer); // a logon makes its service context
+        else if (arguments[i].what != omx_traced_value::pointer)
             continue;
-        const omx_handle *h = omx_find_any((const void *)arguments[i].value);
+        const omx_handle *h = omx_find_any(pointer);
         if (!h)
             continue;
         if (h->type == OCI_HTYPE_SVCCTX)
@@ -183,11 +195,9 @@ void add_variables(message *m, const char *declaration, const omx_traced_value *
     for (int i = 0; i < count; i++) {
         const parameter_name name = take_name(&rest);
         const void *variable = (const void *)arguments[i].value;
-        void *held = nullptr;
-        if (arguments[i].what != omx_traced_value::variable || !variable ||
-            readable_bytes(variable, sizeof held) != sizeof held)
+        if (arguments[i].what != omx_traced_value::variable || !variable)
             continue;
-        memcpy(&held, variable, sizeof held);
+        const void *held = held_by(variable);
         m->add("\n\t*%.*s=%p", name.length, name.begin, held);
     }
 }

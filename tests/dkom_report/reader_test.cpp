@@ -141,7 +141,7 @@ TEST(TraceReader, DataInStatementsIsMaskedAndNothingElse)
          "GRANT SELECT ON t TO ***, *** WITH GRANT OPTION",
          "GRANT SELECT ON t TO ***, *** WITH GRANT OPTION"},
         {"SELECT 'cut of", "SELECT '***'", "SELECT ?"},
-        {"INSERT INTO t VALUES ('two\nlines')", "INSERT INTO t VALUES ('***'\n)", "INSERT INTO t VALUES (?)"},
+        {"INSERT INTO t VALUES ('two\nlines')", "INSERT INTO t VALUES ('***\n')", "INSERT INTO t VALUES (?)"},
     };
     for (const Case &c : cases) {
         EXPECT_EQ(mask_sql(c.sql), c.masked);

@@ -8,38 +8,18 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "program.h"
 #include "symptoms.h"
+#include "traced.h"
 
 namespace
 {
 
-class ReportTest : public ProgramTest
+class ReportTest : public TracedTest
 {
 protected:
-    ReportTest() : ProgramTest(REPORT) {}
-
-    /// Runs the traced program at a level and returns the name of its trace.
-    std::string trace_of(const std::string &program, const std::string &link, const std::string &what,
-                         int level = 30)
-    {
-        set_variable("DKOM_LOG_LEVEL=" + std::to_string(level));
-        for (const auto &entry : std::filesystem::directory_iterator(directory() / "oracle"))
-            write_file("oracle/" + entry.path().filename().string(), "");
-        for (const auto &entry : std::filesystem::directory_iterator(directory() / "dravik"))
-            write_file("dravik/" + entry.path().filename().string(), "");
-        take_trace();
-        last_ = run_other(program, {link, what});
-        for (const auto &entry : std::filesystem::directory_iterator(directory()))
-            if (entry.path().filename().string().starts_with("om_"))
-                return entry.path().filename();
-        ADD_FAILURE() << "no trace of " << program << ": " << last_.err;
-        return "";
-    }
+    ReportTest() : TracedTest(REPORT) {}
 
     std::string report(const Arguments &arguments) const { return output_of(arguments); }
-
-    Outcome last_; ///< of the traced program
 };
 
 /// Whether a text has lines that match, in this order and whatever lies between.

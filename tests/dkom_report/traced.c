@@ -49,6 +49,18 @@ static void *work(void *link)
     return NULL;
 }
 
+#ifdef TRACED_EXTENDED
+static void log_on(const struct connection *c, const char *link)
+{
+    OCISvcCtx *service = NULL;
+    check(c,
+          OCILogon2(c->env, c->err, &service, ora("sesame_user"), 11, ora("Sesame9"), 7, ora(link),
+                    (ub4)strlen(link), OCI_DEFAULT),
+          "OCILogon2");
+    check(c, OCILogoff(service, c->err), "OCILogoff");
+}
+#endif
+
 int main(int argc, char **argv)
 {
     const char *link = argc > 1 ? argv[1] : "world";
@@ -59,6 +71,9 @@ int main(int argc, char **argv)
     fill(&c);
     look_up(&c, "Ada Sesame");
     fail(&c);
+#ifdef TRACED_EXTENDED
+    log_on(&c, link);
+#endif
     if (strcmp(what, "slow") == 0) {
         number_of(&c, "SELECT COUNT(*) FROM people a, people b, people c, people d WHERE a.pin + d.pin > 7");
     } else if (strcmp(what, "killed") == 0) {

@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include <trace_reader/record.h>
+
 namespace dkom_report
 {
 
@@ -15,26 +17,6 @@ std::size_t width_of(std::string_view text)
 {
     return static_cast<std::size_t>(
         std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xc0U) != 0x80U; }));
-}
-
-struct Date {
-    std::int64_t year;
-    unsigned int month;
-    unsigned int day;
-};
-
-Date date_of(std::int64_t days)
-{
-    days += 719468;
-    const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-    const auto day_of_era = static_cast<unsigned int>(days - era * 146097);
-    const unsigned int year_of_era =
-        (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
-    const unsigned int day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
-    const unsigned int month = (5 * day_of_year + 2) / 153;
-    const unsigned int m = month < 10 ? month + 3 : month - 9;
-    return {static_cast<std::int64_t>(year_of_era) + era * 400 + (m <= 2 ? 1 : 0), m,
-            day_of_year - (153 * month + 2) / 5 + 1};
 }
 
 } // namespace
@@ -60,16 +42,9 @@ std::string format_time(std::int64_t microseconds)
 {
     if (microseconds == 0)
         return "";
-    constexpr std::int64_t day = 86400000000;
-    std::int64_t days = microseconds / day;
-    std::int64_t rest = microseconds % day;
-    if (rest < 0) {
-        rest += day;
-        days--;
-    }
-    const Date date = date_of(days);
-    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:06}", date.year, date.month, date.day,
-                       rest / 3600000000, rest / 60000000 % 60, rest / 1000000 % 60, rest % 1000000);
+    const trace_reader::CivilTime t = trace_reader::civil_time_of(microseconds);
+    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:06}", t.year, t.month, t.day, t.hour, t.minute,
+                       t.second, t.microsecond);
 }
 
 std::string format_count(std::uint64_t count)

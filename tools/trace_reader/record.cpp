@@ -173,6 +173,33 @@ int level_number(Level level)
     return numbers[static_cast<std::size_t>(level)];
 }
 
+CivilTime civil_time_of(std::int64_t microseconds)
+{
+    constexpr std::int64_t day = 86400000000;
+    std::int64_t days = microseconds / day;
+    std::int64_t rest = microseconds % day;
+    if (rest < 0) {
+        rest += day;
+        days--;
+    }
+    CivilTime time;
+    time.microsecond = static_cast<int>(rest % 1000000);
+    time.second = static_cast<int>(rest / 1000000 % 60);
+    time.minute = static_cast<int>(rest / 60000000 % 60);
+    time.hour = static_cast<int>(rest / 3600000000);
+    // Years begin in March here, so that the leap day is the last one.
+    days += 719468;
+    const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+    const auto day_of_era = static_cast<int>(days - era * 146097);
+    const int year = (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
+    const int day_of_year = day_of_era - (365 * year + year / 4 - year / 100);
+    const int month = (5 * day_of_year + 2) / 153;
+    time.day = day_of_year - (153 * month + 2) / 5 + 1;
+    time.month = month < 10 ? month + 3 : month - 9;
+    time.year = year + era * 400 + (time.month <= 2 ? 1 : 0);
+    return time;
+}
+
 std::size_t parse_head(std::string_view text, Record &record)
 {
     const char *const begin = text.data();

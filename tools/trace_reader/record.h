@@ -14,6 +14,20 @@ enum class Level : std::uint8_t { none, stop, error, info, debug, list, trace };
 /// The number that DKOM_LOG_LEVEL must have for records of a level to be written; 0 for none.
 int level_number(Level level);
 
+/// A point in local time as people read it.
+struct CivilTime {
+    std::int64_t year = 0;
+    int month = 0;
+    int day = 0;
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    int microsecond = 0;
+};
+
+/// @param microseconds  since 1970-01-01 00:00
+CivilTime civil_time_of(std::int64_t microseconds);
+
 /// One record of a trace. All texts are views into the memory that was parsed.
 struct Record {
     std::string_view text;    ///< the whole record without its last line end

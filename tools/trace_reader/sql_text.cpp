@@ -425,8 +425,8 @@ std::string mask_sql(std::string_view sql, const std::function<std::string(std::
         lengths.see(token, words.last());
         switch (token.kind) {
         case Kind::literal:
-            result += words.takes_secret() ? std::string(mask) : "'***'";
-            result += line_ends_of(token.text);
+            result += words.takes_secret() ? std::string(mask) + line_ends_of(token.text)
+                                           : "'***" + line_ends_of(token.text) + "'";
             break;
         case Kind::number:
             result += lengths.is_inside() ? token.text : "0";
