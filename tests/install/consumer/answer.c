@@ -1,6 +1,6 @@
 /* A program of somebody else's, in C and in C++: answer LINK prints what the database there answers. */
-#include <oci.h>
 #include <dkom_version.h>
+#include <oci.h>
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -42,14 +42,17 @@ int main(int argc, char **argv)
     OCISession *session = (OCISession *)allocate(OCI_HTYPE_SESSION);
     OCIStmt *statement = (OCIStmt *)allocate(OCI_HTYPE_STMT);
 
-    check(OCIServerAttach(server, error, (const OraText *)link, (sb4)strlen(link), OCI_DEFAULT), "OCIServerAttach");
+    check(OCIServerAttach(server, error, (const OraText *)link, (sb4)strlen(link), OCI_DEFAULT),
+          "OCIServerAttach");
     check(OCIAttrSet(service, OCI_HTYPE_SVCCTX, server, 0, OCI_ATTR_SERVER, error), "OCIAttrSet");
     check(OCIAttrSet(service, OCI_HTYPE_SVCCTX, session, 0, OCI_ATTR_SESSION, error), "OCIAttrSet");
     check(OCISessionBegin(service, error, session, OCI_CRED_EXT, OCI_DEFAULT), "OCISessionBegin");
-    check(OCIStmtPrepare(statement, error, (const OraText *)query, (ub4)strlen(query), OCI_NTV_SYNTAX, OCI_DEFAULT),
+    check(OCIStmtPrepare(statement, error, (const OraText *)query, (ub4)strlen(query), OCI_NTV_SYNTAX,
+                         OCI_DEFAULT),
           "OCIStmtPrepare");
     check(OCIStmtExecute(service, statement, error, 0, 0, NULL, NULL, OCI_DEFAULT), "OCIStmtExecute");
-    check(OCIDefineByPos(statement, &column, error, 1, answer, sizeof answer, SQLT_STR, NULL, NULL, NULL, OCI_DEFAULT),
+    check(OCIDefineByPos(statement, &column, error, 1, answer, sizeof answer, SQLT_STR, NULL, NULL, NULL,
+                         OCI_DEFAULT),
           "OCIDefineByPos");
     check(OCIStmtFetch(statement, error, 1, OCI_FETCH_NEXT, OCI_DEFAULT), "OCIStmtFetch");
     printf("%s from %s, " DKOM_VERSION "\n", answer, link);
