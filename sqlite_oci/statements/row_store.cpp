@@ -64,7 +64,7 @@ void row_store::append_column(sqlite3_stmt *statement, int column, const std::ve
     const auto size = static_cast<std::size_t>(sqlite3_value_bytes(found));
     if (!bytes && (size || is_text))
         throw std::bad_alloc();
-    if (!is_text && are_numbers[static_cast<std::size_t>(column)] && size <= longest_number) {
+    if (!is_text && bytes && are_numbers[static_cast<std::size_t>(column)] && size <= longest_number) {
         reserve(2 + size);
         put(number_form, static_cast<std::uint8_t>(size));
         std::memcpy(end_, bytes, size);

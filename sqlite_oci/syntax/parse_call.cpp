@@ -55,7 +55,7 @@ expression_ptr parser::parse_column()
     return finish(std::move(made));
 }
 
-expression_ptr parser::parse_call(name function, name schema)
+expression_ptr parser::parse_call(const name &function, name schema)
 {
     const nesting level(depth_, function.offset);
     auto made = std::make_unique<expression>(node::call, function.offset);

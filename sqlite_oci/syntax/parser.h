@@ -87,7 +87,7 @@ private:
     expression_ptr parse_typed_literal(node kind);
     expression_ptr parse_interval();
     expression_ptr parse_column();
-    expression_ptr parse_call(name function, name schema);
+    expression_ptr parse_call(const name &function, name schema);
     void parse_call_tail(expression &call);
     std::unique_ptr<window> parse_window();
     bool starts_query() const;

@@ -101,12 +101,8 @@ typed_sql translator::call_of(expression &tree)
     typed_sql special = special_call(tree);
     if (!special.sql.empty())
         return special;
-    if (is_function_name(tree.word)) {
-        const bool too_few =
-            !tree.operands.empty() || find_function(tree.word, 1) || find_function(tree.word, 2);
-        fail_at(tree.offset, too_few && !find_function(tree.word, 0) && tree.operands.size() < 2 ? 909 : 909,
-                "wrong number of arguments for function %s", tree.word.c_str());
-    }
+    if (is_function_name(tree.word))
+        fail_at(tree.offset, 909, "wrong number of arguments for function %s", tree.word.c_str());
     if (contains(unserved_functions, tree.word))
         fail_unserved(tree.offset, ("the function " + tree.word).c_str());
     fail_at(tree.offset, 904, "\"%.128s\": invalid identifier: no such function", tree.word.c_str());

@@ -32,7 +32,7 @@ declared_type wider(const declared_type &a, const declared_type &b)
 } // namespace
 
 // Gives all values one type: that of the first one, or, where it is strict, fails if they differ in kind.
-bool translator::unify(std::vector<typed_sql *> values, declared_type &result, bool is_strict,
+bool translator::unify(const std::vector<typed_sql *> &values, declared_type &result, bool is_strict,
                        std::size_t offset)
 {
     result = {};
@@ -49,9 +49,8 @@ bool translator::unify(std::vector<typed_sql *> values, declared_type &result, b
             continue;
         if (so_far == kind)
             result = wider(result, value->type);
-        else if (so_far == family::number && kind == family::real)
-            result = value->type;
-        else if (is_text_kind(so_far) && kind == family::clob)
+        else if ((so_far == family::number && kind == family::real) ||
+                 (is_text_kind(so_far) && kind == family::clob))
             result = value->type;
         else if (is_strict && !(is_text_kind(so_far) && is_text_kind(kind)) &&
                  !(so_far == family::real && kind == family::number))

@@ -100,8 +100,6 @@ void translator::make_comparable(typed_sql &left, typed_sql &right, std::size_t 
         right = converted(std::move(right), family::zoned, offset);
     } else if (is_text(a)) {
         left = converted(std::move(left), b, offset);
-    } else if (is_text(b)) {
-        right = converted(std::move(right), a, offset);
     } else {
         right = converted(std::move(right), a, offset);
     }
@@ -249,9 +247,11 @@ std::string translator::in_query_of(expression &tree)
     const std::string alias = "in" + std::to_string(++generated_names_);
     for (std::size_t i = 0; i < values.size(); ++i) {
         const std::string name = "c" + std::to_string(i + 1);
-        typed_sql item{.sql = alias + "." + name, .type = inner.columns[i].type};
+        std::string column = alias;
+        column.append(".").append(name);
+        typed_sql item{.sql = column, .type = inner.columns[i].type};
         make_comparable(values[i], item, tree.offset);
-        is_changed = is_changed || item.sql != alias + "." + name;
+        is_changed = is_changed || item.sql != column;
         const bool is_padded = values[i].type.type == SQLT_AFC && item.type.type == SQLT_AFC;
         const bool is_char = values[i].type.type == SQLT_AFC && values[i].is_column;
         list += (i ? ", " : "") + values[i].sql +

@@ -218,7 +218,8 @@ private:
     typed_sql to_char_of(expression &tree);
     typed_sql rounded_of(expression &tree);
     void check_arguments(const expression &tree, std::size_t least, std::size_t most) const;
-    bool unify(std::vector<typed_sql *> values, declared_type &result, bool is_strict, std::size_t offset);
+    bool unify(const std::vector<typed_sql *> &values, declared_type &result, bool is_strict,
+               std::size_t offset);
 
     // --- Conditions
     std::string condition_of(expression &tree, bool is_negated = false);

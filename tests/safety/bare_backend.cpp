@@ -23,13 +23,18 @@ sword new_handle(void **variable)
     return OCI_SUCCESS;
 }
 
+/* Of calls at the same time, one's is kept. */
 void keep_text(const OraText *text, sb4 length)
 {
+    static bool is_busy;
+    if (__atomic_exchange_n(&is_busy, true, __ATOMIC_ACQUIRE))
+        return;
     bare_received.calls++;
     bare_received.length = length;
     bare_received.text[0] = '\0';
     if (text)
         std::strncat(bare_received.text, reinterpret_cast<const char *>(text), sizeof bare_received.text - 1);
+    __atomic_store_n(&is_busy, false, __ATOMIC_RELEASE);
 }
 
 } // namespace
