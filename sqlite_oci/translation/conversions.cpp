@@ -151,7 +151,6 @@ bool fits_always(const declared_type &from, const declared_type &column)
     case family::raw:
         return from.length <= column.length;
     case family::date:
-        return true;
     case family::clob:
     case family::blob:
     case family::long_text:

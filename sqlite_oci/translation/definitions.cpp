@@ -101,8 +101,7 @@ std::string translator::column_text(column_definition &column, const std::string
 {
     std::string sql = quoted_name(column.column.text);
     if (column.type.empty() && !column.virtual_value)
-        fail_at(column.type_offset, column.identity.is_there ? 2263 : 2263, "column %s needs a type",
-                column.column.text.c_str());
+        fail_at(column.type_offset, 2263, "column %s needs a type", column.column.text.c_str());
     typed_sql computed;
     if (column.virtual_value)
         computed = value_of(*column.virtual_value);

@@ -38,7 +38,7 @@ std::string translator::order_key(const typed_sql &value) const
     }
 }
 
-std::string translator::order_key_of(const order_term &term, typed_sql value) const
+std::string translator::order_key_of(const order_term &term, const typed_sql &value) const
 {
     std::string sql = order_key(value);
     if (value.is_constant && sql == value.sql)
@@ -46,9 +46,7 @@ std::string translator::order_key_of(const order_term &term, typed_sql value) co
     if (term.is_descending)
         sql += " DESC";
     const bool nulls_first = term.has_nulls ? term.nulls_first : term.is_descending;
-    if (value.is_nullable && nulls_first == term.is_descending)
-        sql += nulls_first ? " NULLS FIRST" : " NULLS LAST";
-    else if (value.is_nullable && term.has_nulls)
+    if (value.is_nullable && (term.has_nulls || nulls_first == term.is_descending))
         sql += nulls_first ? " NULLS FIRST" : " NULLS LAST";
     return sql;
 }

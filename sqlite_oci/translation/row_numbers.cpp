@@ -15,8 +15,9 @@ void translator::wrap_rows(scope &in, std::string &from, std::string &where, con
         one.table = nullptr;
         for (source_column &column : one.columns) {
             const std::string engine = "c" + std::to_string(++number);
-            list += (list.empty() ? "" : ", ") + column.sql + " AS " + engine;
-            column.sql = alias + "." + engine;
+            list.append(list.empty() ? "" : ", ").append(column.sql).append(" AS ").append(engine);
+            column.sql = alias;
+            column.sql.append(".").append(engine);
         }
     }
     from = "(SELECT " + (list.empty() ? "1" : list) + " FROM " + from + where + " LIMIT " + limit + ") AS " +

@@ -153,7 +153,7 @@ private:
     std::string order_clause(std::vector<order_term> &terms, const std::vector<typed_sql> *items,
                              const std::vector<output_column> *columns, bool is_distinct = false);
     std::string order_key(const typed_sql &value) const;
-    std::string order_key_of(const order_term &term, typed_sql value) const;
+    std::string order_key_of(const order_term &term, const typed_sql &value) const;
     std::string limit_clause(query &tree);
     std::string row_number_limit(std::vector<expression *> &conditions);
     void wrap_rows(scope &in, std::string &from, std::string &where, const std::string &limit);
