@@ -318,6 +318,9 @@ protected:
         const char *count = std::getenv("EXTENDED_TESTS_CALLS");
         if (count != nullptr)
             calls_wanted = std::stoul(count);
+        const char *seed = std::getenv("DKOM_TEST_SEED");
+        if (seed != nullptr)
+            first_seed = static_cast<unsigned int>(std::stoul(seed));
         for (const side s : {oracle, dravik}) {
             backend(s).reset();
             for (const char *function : {"OCITransCommit", "OCIServerAttach", "OCIServerDetach",
@@ -357,6 +360,7 @@ protected:
     }
 
     unsigned long calls_wanted = 1000000;
+    unsigned int first_seed = 0;
     OCIEnv *env = nullptr;
 };
 
@@ -364,7 +368,7 @@ TEST_F(ExtendedModel, agrees_with_random_calls)
 {
     if (!has(oracle) || !has(dravik))
         GTEST_SKIP() << "needs both";
-    model m(env, 20260304, true);
+    model m(env, 20260304 + first_seed, true);
     run(m, calls_wanted);
 }
 
@@ -372,12 +376,12 @@ TEST_F(ExtendedModel, agrees_in_several_threads_that_share_an_environment)
 {
     if (!has(oracle) || !has(dravik))
         GTEST_SKIP() << "needs both";
-    model shared(env, 1, false);
+    model shared(env, 1 + first_seed, false);
     OCISvcCtx *common = shared.any_service();
     std::vector<std::thread> threads;
     for (unsigned int i = 0; i < 4; i++)
         threads.emplace_back([this, i, common] {
-            model m(env, 7 + i, false);
+            model m(env, 7 + i + first_seed, false);
             for (int round = 0; round < 100; round++) {
                 run(m, calls_wanted / 1000);
                 EXPECT_EQ(OCITransCommit(common, nullptr, OCI_DEFAULT), OCI_SUCCESS);
