@@ -33,6 +33,31 @@ TEST_P(ExtendedPrograms, print_the_same_directly_and_on_both_databases)
     }
 }
 
+#ifdef REFUSE_MEMORY
+/* One allocation of the library after the other fails: the program gets an error, or never needed it. */
+TEST_P(ExtendedPrograms, are_told_when_memory_is_out)
+{
+    set_variable("LD_PRELOAD=" REFUSE_MEMORY);
+    set_variable("REFUSE_IN=libdkomx");
+    const Outcome whole = run({"mars"});
+    ASSERT_EQ(whole.status, 0) << whole.err;
+    int refused = 0;
+    for (int at = 0; at == refused; at++) {
+        SCOPED_TRACE(at);
+        set_variable("REFUSE_AT=" + std::to_string(at));
+        write_file("dravik/mars.db", "");
+        const Outcome outcome = run({"mars"});
+        EXPECT_LT(outcome.status, 128) << outcome.err;
+        if (outcome.status == 0) {
+            EXPECT_EQ(outcome.out, whole.out);
+        }
+        if (outcome.err.find("one allocation refused") != std::string::npos)
+            refused++;
+    }
+    EXPECT_GT(refused, 5);
+}
+#endif
+
 INSTANTIATE_TEST_SUITE_P(Programs, ExtendedPrograms, testing::Values("descriptors", "wide"));
 
 class ExtendedTrace : public ProgramTest
