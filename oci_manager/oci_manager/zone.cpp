@@ -101,18 +101,19 @@ bool read_number(const char *&p, int *value)
     return true;
 }
 
-/* An abbreviation: three letters or more, or anything in angle brackets. Its text does not matter. */
-bool skip_name(const char *&p)
+/* An abbreviation: three letters or more, or three characters or more in angle brackets. Its text does not
+ * matter. Where there is none, nothing is skipped: the letter of a rule may stand there. */
+bool skip_name(const char *&text)
 {
-    const char *begin = p;
-    if (*p == '<') {
-        for (begin = ++p; isalnum((unsigned char)*p) || *p == '+' || *p == '-'; p++)
-            ;
-        return p - begin >= 3 && *p++ == '>';
-    }
-    while (isalpha((unsigned char)*p))
+    const bool is_quoted = *text == '<';
+    const char *begin = text + is_quoted;
+    const char *p = begin;
+    while (is_quoted ? isalnum((unsigned char)*p) || *p == '+' || *p == '-' : isalpha((unsigned char)*p))
         p++;
-    return p - begin >= 3;
+    if (p - begin < 3 || (is_quoted && *p != '>'))
+        return false;
+    text = p + is_quoted;
+    return true;
 }
 
 /* "hh[:mm[:ss]]" in seconds; minutes and seconds count up to 59. */

@@ -5,6 +5,7 @@
  */
 #include "bare_backend.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include <unistd.h>
@@ -31,9 +32,14 @@ void keep_text(const OraText *text, sb4 length)
         return;
     bare_received.calls++;
     bare_received.length = length;
-    bare_received.text[0] = '\0';
-    if (text)
-        std::strncat(bare_received.text, reinterpret_cast<const char *>(text), sizeof bare_received.text - 1);
+    const auto *bytes = reinterpret_cast<const char *>(text);
+    std::size_t size = text == nullptr ? 0
+                       : length < 0    ? std::strlen(bytes)
+                                       : static_cast<std::size_t>(length);
+    size = std::min(size, sizeof bare_received.text - 1);
+    if (size != 0)
+        std::memcpy(bare_received.text, bytes, size);
+    bare_received.text[size] = '\0';
     __atomic_store_n(&is_busy, false, __ATOMIC_RELEASE);
 }
 

@@ -78,6 +78,8 @@ TEST(Zone, DescriptionsInTz)
 
                              "ABC3.DEF",
                              "ABC3DEF,M3.2.0",
+                             "EST5M3.2.0,M11.1.0",
+                             "EST5<2,M3.2.0",
 
                              "Nowhere/None",
                              ":Nowhere/None",
