@@ -57,6 +57,14 @@ void set(server &on, ub4 attribute, const attribute_input &in)
     }
 }
 
+std::string short_text(std::string text)
+{
+    constexpr std::size_t most = 64;
+    if (text.size() > most)
+        fail(24960, "the attribute is longer than %zu bytes, the most that are allowed", most);
+    return text;
+}
+
 void set(session &user, ub4 attribute, const attribute_input &in)
 {
     switch (attribute) {
@@ -72,7 +80,7 @@ void set(session &user, ub4 attribute, const attribute_input &in)
     case OCI_ATTR_CLIENT_IDENTIFIER:
     case OCI_ATTR_DRIVER_NAME:
     case OCI_ATTR_CONNECTION_CLASS: // what a server shows its administrator: there is none here
-        user.remarks[attribute] = in.text(*user.env);
+        user.remarks[attribute] = short_text(in.text(*user.env));
         return;
     case OCI_ATTR_PURITY:
         user.purity = in.take<ub4>();

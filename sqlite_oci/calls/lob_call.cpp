@@ -33,8 +33,14 @@ void lob_call::hold()
 lob &lob_call::value() const
 {
     if (!value_)
-        fail(ora_invalid_locator, "the LOB locator is not initialized: nothing was fetched into it");
+        throw invalid_handle{};
     return *value_;
+}
+
+void lob_call::check_unbuffered() const
+{
+    if (locator.is_buffered)
+        fail(ora_lob_is_buffered, "cannot perform the operation with LOB buffering enabled");
 }
 
 void lob_call::check_writable() const
@@ -44,6 +50,9 @@ void lob_call::check_writable() const
         fail(ora_lob_read_only, "the LOB is open for reading only");
     if (written.is_temporary)
         return;
+    if (written.cell && !written.is_locked)
+        fail(ora_lob_transaction_over,
+             "LOB locators cannot span transactions: select the row FOR UPDATE in the one that writes");
     if (!written.is_locked || !on_->in_transaction() || written.on.lock() != on_)
         fail(ora_lob_row_not_locked,
              "the row of the LOB is not locked: select it FOR UPDATE, by the name of its column and in the "

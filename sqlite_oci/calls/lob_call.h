@@ -17,11 +17,14 @@ public:
     lob_locator &locator;
     call_errors errors;
 
-    // The value behind the locator. Throws ORA-22275 where there is none.
+    // The value behind the locator. One without is no valid handle to a server: nothing was fetched into it.
     lob &value() const;
 
     // Its content as it is now. Throws ORA-22922 when its row is gone.
     lob_content &content() const { return value().current(); }
+
+    // Throws ORA-22279 where the program has turned the buffering on.
+    void check_unbuffered() const;
 
     // Throws what forbids to write through the locator on this connection.
     void check_writable() const;

@@ -103,6 +103,11 @@ ub2 set_id(const environment &env, const declared_type &type)
     return type.form == 0 ? ub2{0} : charset_id(type.form == SQLCS_NCHAR ? env.national : env.set);
 }
 
+void put_text(const parameter &of, ub4 attribute, std::string_view text, const attribute_output &out)
+{
+    out.put_text(*of.env, of.owner.given_text(of.column.position, attribute), text);
+}
+
 void get_of_column(parameter &of, ub4 attribute, const attribute_output &out)
 {
     const column_description &column = of.column;
@@ -110,10 +115,10 @@ void get_of_column(parameter &of, ub4 attribute, const attribute_output &out)
     switch (attribute) {
     case OCI_ATTR_NAME:
     case OCI_ATTR_DISP_NAME:
-        return out.put_text(of, attribute, column.name);
+        return put_text(of, attribute, column.name, out);
     case OCI_ATTR_TYPE_NAME:
     case OCI_ATTR_SCHEMA_NAME:
-        return out.put_text(of, attribute, ""); // types of objects only have them
+        return put_text(of, attribute, "", out); // types of objects only have them
     case OCI_ATTR_DATA_TYPE:
         return out.put(type.type);
     case OCI_ATTR_DATA_SIZE:
@@ -154,9 +159,9 @@ void get_of_object(parameter &of, ub4 attribute, const attribute_output &out)
         return out.put(of.of->kind);
     case OCI_ATTR_NAME:
     case OCI_ATTR_OBJ_NAME:
-        return out.put_text(of, attribute, of.of->name);
+        return put_text(of, attribute, of.of->name, out);
     case OCI_ATTR_OBJ_SCHEMA:
-        return out.put_text(of, attribute, of.of->schema);
+        return put_text(of, attribute, of.of->schema, out);
     case OCI_ATTR_NUM_COLS:
         return out.put(static_cast<ub2>(of.of->columns.size()));
     case OCI_ATTR_LIST_COLUMNS:

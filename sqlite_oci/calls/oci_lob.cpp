@@ -13,6 +13,7 @@ template <class Length> sword get_length(OCISvcCtx *svchp, OCIError *errhp, OCIL
     return on_lob(svchp, errhp, locp, [&](lob_call &call) {
         if (!lenp)
             refuse("there is no place for the length");
+        call.check_unbuffered();
         *lenp = static_cast<Length>(call.content().length());
         return OCI_SUCCESS;
     });
@@ -21,6 +22,7 @@ template <class Length> sword get_length(OCISvcCtx *svchp, OCIError *errhp, OCIL
 sword trim(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, oraub8 length)
 {
     return on_lob(svchp, errhp, locp, [&](lob_call &call) {
+        call.check_unbuffered();
         call.check_writable();
         if (length > call.content().length())
             fail(22926, "the LOB is shorter than the length to trim it to");
@@ -36,6 +38,7 @@ sword erase(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *locp, Amount *amou
     return on_lob(svchp, errhp, locp, [&](lob_call &call) {
         if (!amount)
             refuse("there is no amount");
+        call.check_unbuffered();
         call.check_writable();
         const std::size_t start = from_first(offset);
         const lob_content &content = call.content();

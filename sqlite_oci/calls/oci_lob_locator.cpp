@@ -75,10 +75,12 @@ sword copy(OCISvcCtx *svchp, OCIError *errhp, OCILobLocator *target, OCILobLocat
         bool is_text = false;
         {
             const lob_call read(open, from, errors);
+            read.check_unbuffered();
             is_text = read.value().is_text;
             part = part_of(read.content(), offset - 1, amount);
         }
         const lob_call write(open, to, errors);
+        write.check_unbuffered();
         write.check_writable();
         if (is_text != write.value().is_text)
             fail(932, "text cannot be copied into a LOB of bytes, nor bytes into one of text");

@@ -56,9 +56,9 @@ sword server_version(void *hndlp, OCIError *errhp, OraText *bufp, ub4 bufsz, ub1
 {
     return served(errhp, [&](call_errors) {
         const auto &env = connected_environment(hndlp, hndltype);
-        env.copy_out(std::string("sqlite_oci on SQLite ") + sqlite3_libversion() +
-                         ", for programs of Oracle Database Release " + std::to_string(OCI_MAJOR_VERSION) +
-                         '.' + std::to_string(OCI_MINOR_VERSION) + ".0.0.0",
+        env.copy_out("Oracle Database Release " + std::to_string(OCI_MAJOR_VERSION) + '.' +
+                         std::to_string(OCI_MINOR_VERSION) + ".0.0.0, served by sqlite_oci on SQLite " +
+                         sqlite3_libversion(),
                      bufp, bufsz);
         return OCI_SUCCESS;
     });

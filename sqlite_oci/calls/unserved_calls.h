@@ -31,9 +31,9 @@
     X(OCIFormatTSword) X(OCIFormatTText) X(OCIFormatTUb1) X(OCIFormatTUb2) X(OCIFormatTUb4) \
     X(OCIFormatTUbig_ora) X(OCIFormatTUword) X(OCIFormatTerm) X(OCIInitEventHandle) X(OCIIterCreate) \
     X(OCIIterDelete) X(OCIIterGetCurrent) X(OCIIterInit) X(OCIIterNext) X(OCIIterPrev) X(OCIKerbAttrSet) \
-    X(OCILdaToSvcCtx) X(OCILobArrayRead) X(OCILobArrayWrite) X(OCILobDisableBuffering) \
-    X(OCILobEnableBuffering) X(OCILobFileClose) X(OCILobFileCloseAll) X(OCILobFileExists) \
-    X(OCILobFileGetName) X(OCILobFileIsOpen) X(OCILobFileOpen) X(OCILobFileSetName) X(OCILobFlushBuffer) \
+    X(OCILdaToSvcCtx) X(OCILobArrayRead) X(OCILobArrayWrite) \
+    X(OCILobFileClose) X(OCILobFileCloseAll) X(OCILobFileExists) \
+    X(OCILobFileGetName) X(OCILobFileIsOpen) X(OCILobFileOpen) X(OCILobFileSetName) \
     X(OCILobLoadFromFile) X(OCILobLoadFromFile2) \
     X(OCIMemorySetCurrentIDs) X(OCIMessageClose) X(OCIMessageOpen) X(OCIObjectAlwaysLatest) \
     X(OCIObjectArrayPin) X(OCIObjectCopy) X(OCIObjectExists) X(OCIObjectFlush) X(OCIObjectFlushRefresh) \

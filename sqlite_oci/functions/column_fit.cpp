@@ -1,5 +1,6 @@
 #include "functions/column_fit.h"
 
+#include "syntax/token.h"
 #include "text/charset.h"
 #include "text/text_scan.h"
 #include "values/interval.h"
@@ -138,16 +139,19 @@ private:
 
     int to_real()
     {
-        if (from_.kind == value_kind::real)
-            return 0;
+        double real = 0;
         OCINumber number;
-        if (from_.kind == value_kind::integer) {
-            to_ = {.kind = value_kind::real, .real = static_cast<double>(from_.integer), .bytes = {}};
-            return 0;
-        }
-        if (const int code = number_from_value(from_, &number))
+        if (from_.kind == value_kind::integer)
+            real = static_cast<double>(from_.integer);
+        else if (from_.kind == value_kind::real)
+            real = from_.real;
+        else if (const int code = number_from_value(from_, &number))
             return fail(code, conversion_error_text(code));
-        to_ = {.kind = value_kind::real, .real = number_to_double(number), .bytes = {}};
+        else
+            real = number_to_double(number);
+        if (type_.type == SQLT_IBFLOAT)
+            real = static_cast<double>(static_cast<float>(real));
+        to_ = {.kind = value_kind::real, .real = real, .bytes = {}};
         return 0;
     }
 
@@ -215,8 +219,9 @@ private:
             set_text(std::string(to_.bytes.substr(0, kept)));
             return 0;
         }
-        return fail(12899, "value too large for column " + rule_.column + " (actual: " +
-                               std::to_string(length) + ", maximum: " + std::to_string(most) + ")");
+        return fail(12899, "value too large for column " + sql::quoted_name(settings_.user) + "." +
+                               rule_.column + " (actual: " + std::to_string(length) +
+                               ", maximum: " + std::to_string(most) + ")");
     }
 
     int to_bytes()

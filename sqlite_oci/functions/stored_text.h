@@ -1,7 +1,9 @@
-// The texts that dates, points in time and intervals are kept as, shown as a session wants to see them.
+// The texts that dates, points in time and intervals are kept as, shown as a session wants to see them, and
+// reals.
 #pragma once
 
 #include "functions/session_settings.h"
+#include "sql/declared_type.h"
 
 #include <string>
 #include <string_view>
@@ -9,8 +11,11 @@
 namespace sqlite_oci
 {
 
-// `is_date`: of a DATE. False for a text that is none of these.
-bool show_stored_text(std::string_view stored, bool is_date, const session_settings &settings,
+// With as many digits of a fraction as the type has. False for a text that is none of these.
+bool show_stored_text(std::string_view stored, const declared_type &type, const session_settings &settings,
                       std::string *shown);
+
+// A BINARY_FLOAT or BINARY_DOUBLE with all its digits: "5.67455994E+002".
+void show_real(double real, const declared_type &type, std::string *shown);
 
 } // namespace sqlite_oci

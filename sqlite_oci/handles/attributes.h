@@ -30,10 +30,17 @@ struct attribute_output {
     // The application gets a pointer; the text stays with its handle.
     void put_text(object &owner, ub4 attribute, std::string_view utf8) const
     {
-        std::string &kept = owner.given_texts[attribute];
-        kept = owner.env->text_out(utf8);
-        const auto length = static_cast<ub4>(kept.size());
-        kept.append(2, '\0');
+        put_text(*owner.env, owner.given_texts[attribute], utf8);
+    }
+
+    // The text stays with who has `kept`; it stays where it is as long as it is the same.
+    void put_text(const environment &env, std::string &kept, std::string_view utf8) const
+    {
+        std::string text = env.text_out(utf8);
+        const auto length = static_cast<ub4>(text.size());
+        text.append(2, '\0');
+        if (kept != text)
+            kept = std::move(text);
         put(static_cast<const char *>(kept.data()));
         if (size)
             *size = length;

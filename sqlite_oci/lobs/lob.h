@@ -60,6 +60,7 @@ struct lob_locator final : object {
 
     std::shared_ptr<lob> target; // null while not initialized
     ub1 open_mode = 0;           // OCI_LOB_READONLY or OCI_LOB_READWRITE while open
+    bool is_buffered = false;    // as the program says
     std::optional<lob_read> reading;
     std::optional<lob_write> writing;
 };

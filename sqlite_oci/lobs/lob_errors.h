@@ -7,11 +7,13 @@ namespace sqlite_oci
 {
 
 enum lob_error : int {
+    ora_lob_is_buffered = 22279,
     ora_lob_not_open = 22289,
     ora_lob_already_open = 22293,
     ora_lob_read_only = 22294,
     ora_lob_row_not_locked = 22920,
     ora_no_such_lob = 22922,
+    ora_lob_transaction_over = 22990,
     ora_bad_lob_argument = 24801,
 };
 

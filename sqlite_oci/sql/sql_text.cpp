@@ -133,6 +133,16 @@ sql_text analyse(std::string text)
     sql_text result;
     result.original = std::move(text);
     result.tokens = sql::tokenize(result.original);
+    const auto has_zero = [](std::string_view bytes) { return bytes.find('\0') != bytes.npos; };
+    if (has_zero(result.original) &&
+        std::none_of(result.tokens.begin(), result.tokens.end(), [&](const sql::token &one) {
+            return (one.kind == sql::token_kind::literal || one.kind == sql::token_kind::quoted_name) &&
+                   has_zero(one.text);
+        })) {
+        // A blank to a server.
+        std::replace(result.original.begin(), result.original.end(), '\0', ' ');
+        result.tokens = sql::tokenize(result.original);
+    }
     analysis(result).run();
     return result;
 }

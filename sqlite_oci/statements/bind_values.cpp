@@ -52,25 +52,7 @@ sql::bind_type type_of_host(const host_type &host)
     }
 }
 
-bool is_text_variable(ub2 type)
-{
-    switch (type) {
-    case SQLT_CHR:
-    case SQLT_STR:
-    case SQLT_LNG:
-    case SQLT_AFC:
-    case SQLT_AVC:
-    case SQLT_VCS:
-    case SQLT_LVC:
-    case SQLT_VST:
-    case SQLT_CLOB:
-        return true;
-    default:
-        return false;
-    }
-}
-
-// Whether values of the type are kept in another form than they are shown in. A DATE in the usual format is
+// Whether values of the type are kept in another form than texts show them in. A DATE in the usual format is
 // not.
 bool has_own_text(const declared_type &type, const session_settings &settings)
 {
@@ -80,6 +62,8 @@ bool has_own_text(const declared_type &type, const session_settings &settings)
     case SQLT_TIMESTAMP_LTZ:
     case SQLT_INTERVAL_YM:
     case SQLT_INTERVAL_DS:
+    case SQLT_IBFLOAT:
+    case SQLT_IBDOUBLE:
         return true;
     case SQLT_DAT:
         return settings.date_format != usual_date_format;
@@ -98,13 +82,20 @@ void statement::find_own_texts(const connection &on)
         has_own_text_.push_back(has_own_text(column.type, on.settings));
 }
 
-// Dates and intervals as texts, in the session's formats.
+// Dates, intervals and reals as texts, in the session's formats.
 const value &statement::shown_in(const value &fetched, const declared_type &type, const variable &into)
 {
-    if (fetched.kind != value_kind::text || !is_text_variable(into.array.host.type))
+    if (!is_text_variable(into.array.host.type))
         return fetched;
-    if (!show_stored_text(fetched.bytes, type.type == SQLT_DAT, formats_, &shown_text_))
+    if (type.type == SQLT_IBFLOAT || type.type == SQLT_IBDOUBLE) {
+        if (fetched.kind != value_kind::integer && fetched.kind != value_kind::real)
+            return fetched;
+        show_real(fetched.kind == value_kind::real ? fetched.real : static_cast<double>(fetched.integer),
+                  type, &shown_text_);
+    } else if (fetched.kind != value_kind::text ||
+               !show_stored_text(fetched.bytes, type, formats_, &shown_text_)) {
         return fetched;
+    }
     shown_ = {.kind = value_kind::text, .bytes = shown_text_};
     return shown_;
 }
@@ -134,8 +125,9 @@ void statement::store_outputs(sqlite3_stmt *from, const sql::translated_step &st
         value given;
         reader.next_value(given);
         bind *const to = bound_[one.placeholder];
-        if (to->array.host.type == SQLT_RSET)
-            fail(932, "a value is no cursor, for which the variable :%s is",
+        const ub2 of_variable = to->array.host.type;
+        if (of_variable == SQLT_RSET || (one.column.type.type == SQLT_BLOB && is_text_variable(of_variable)))
+            fail(932, "inconsistent datatypes: the variable :%s is not for the value's type",
                  text.placeholders[one.placeholder].name.c_str());
         fetch_outcome outcome;
         const declared_type &type = one.column.type;

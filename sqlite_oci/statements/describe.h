@@ -6,6 +6,7 @@
 #include "sql/declared_type.h"
 #include "values/value.h"
 
+#include <map>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -72,8 +73,16 @@ public:
 
     bool release(const parameter *freed) { return given_.erase(freed) == 1; }
 
+    // A text that programs have a pointer to, also after they have freed the parameter; of column 0, the
+    // object.
+    std::string &given_text(ub2 column, ub4 attribute) { return given_texts_[{column, attribute}]; }
+
 protected:
-    void forget_parameters() { given_.clear(); }
+    void forget_parameters()
+    {
+        given_.clear();
+        given_texts_.clear();
+    }
 
     // A program that never frees its descriptors must not fill the memory.
     void forget_too_many_parameters()
@@ -85,6 +94,7 @@ protected:
 
 private:
     std::unordered_map<const parameter *, owned<parameter>> given_;
+    std::map<std::pair<ub2, ub4>, std::string> given_texts_;
 };
 
 struct describe_handle final : object, parameter_owner {

@@ -92,7 +92,8 @@ sword statement::execute(const service_context &context, const execution &how, c
 void statement::forget_execution()
 {
     row_count = rows_fetched = batch_error_count = column_count = current_row = 0;
-    is_executed = is_described = false;
+    is_executed = is_described = is_cancelled_ = false;
+    was_tried_ = true;
     changed_row_.reset();
     rows_.clear();
     columns_.clear();
@@ -104,7 +105,7 @@ void statement::forget_execution()
 void statement::check_text()
 {
     error_offset = 0;
-    // SQLite would take what stands before it for the whole.
+    // In a quoted text, that is. SQLite would take what stands before it for the whole.
     const auto zero = text.original.find('\0');
     if (zero != text.original.npos) {
         error_offset = as_attribute(zero);
@@ -259,7 +260,8 @@ sword statement::run_changes(connection &on, const execution &how, call_errors e
 void statement::change_row(connection &on, std::size_t row)
 {
     on.settings.row_number = 0;
-    if (compiled_.translated().steps.size() == 1)
+    const auto &steps = compiled_.translated().steps;
+    if (steps.size() == 1 && steps[0].outputs.empty()) // a variable may refuse the value that it is given
         return run_step(on, 0, row);
     const savepoint_scope all(on);
     run_steps(on, row);

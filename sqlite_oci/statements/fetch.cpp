@@ -18,7 +18,12 @@ sword statement::fetch(ub4 rows, ub2 orientation, sb4 offset, call_errors errors
 
 sword statement::fetch_rows(ub4 rows, ub2 orientation, sb4 offset, call_errors errors)
 {
-    if (!is_executed || text.kind != statement_kind::query)
+    const bool has_defines =
+        std::any_of(defined_.begin(), defined_.end(), [](const define *one) { return one != nullptr; });
+    const bool is_query = text.kind == statement_kind::query;
+    if (!has_defines && rows && is_query && (is_executed || was_tried_))
+        fail(24374, "define not done before fetch: no column of the query is defined");
+    if (!is_executed || !is_query)
         fail(24338, "the statement was not executed, or is no query");
     if (rows == 0) {
         cancel();
@@ -27,11 +32,11 @@ sword statement::fetch_rows(ub4 rows, ub2 orientation, sb4 offset, call_errors e
     if (awaited_.of)
         return continue_fetch(errors);
     rows_fetched = 0;
-    if (std::none_of(defined_.begin(), defined_.end(), [](const define *one) { return one != nullptr; }))
-        fail(24374, "no column of the query is defined");
+    if (is_cancelled_)
+        fail(1002, "fetch out of sequence");
     if (defined_.size() > column_count && defined_.back())
         fail(1007, "column %zu is defined, but the query has %u", defined_.size(), column_count);
-    check_cursor_defines();
+    check_defines();
 
     fetching_ = {};
     fetching_.first = first_row(orientation, offset);
@@ -74,6 +79,7 @@ sword statement::end_fetch(const fetch_outcome &outcome, call_errors errors)
 
 void statement::cancel()
 {
+    is_cancelled_ = true;
     rows_.clear();
     rows_fetched = 0;
     current_row = 0;

@@ -16,17 +16,23 @@ namespace
 
 } // namespace
 
-// Cursors are for statement handles, and these for nothing else.
-void statement::check_cursor_defines() const
+// Cursors are for statement handles, and these for nothing else. A BLOB is no text.
+void statement::check_defines() const
 {
     for (std::size_t i = 0; i < std::min<std::size_t>(defined_.size(), column_count); ++i) {
         if (!defined_[i])
             continue;
-        const bool is_cursor = result().columns[i].type.type == SQLT_RSET;
-        const bool is_handle = defined_[i]->array.host.type == SQLT_RSET;
+        const ub2 type = result().columns[i].type.type;
+        const ub2 of_variable = defined_[i]->array.host.type;
+        if (type == SQLT_BLOB && is_text_variable(of_variable))
+            fail(932, "inconsistent datatypes: column %zu is a BLOB, which is no text", i + 1);
+        const bool is_cursor = type == SQLT_RSET;
+        const bool is_handle = of_variable == SQLT_RSET;
         if (is_cursor != is_handle)
-            fail(932, "column %zu is %s cursor: SQLT_RSET is for cursors, and nothing else is", i + 1,
-                 is_cursor ? "a" : "no");
+            fail(
+                932,
+                "inconsistent datatypes: column %zu is %s cursor; SQLT_RSET is for cursors, and nothing else is",
+                i + 1, is_cursor ? "a" : "no");
         if (is_cursor && defined_[i]->is_in_pieces())
             fail(3001, "column %zu is a cursor, which does not come in pieces", i + 1);
     }

@@ -7,6 +7,8 @@ namespace sqlite_oci
 namespace
 {
 
+constexpr int ora_open_literal = 1756; // the one error of a text that its preparation tells
+
 // SQLite's own limit of columns in a result.
 constexpr ub4 most_columns = 2000;
 
@@ -54,10 +56,15 @@ void statement::prepare(std::string sql)
 void statement::take_text(std::string sql)
 {
     check_idle();
+    is_prepared = false;
     text = analyse(std::move(sql));
+    for (const sql::token &one : text.tokens)
+        if (one.error == ora_open_literal)
+            fail(ora_open_literal, "quoted string not properly terminated");
     is_prepared = true;
     is_executed = false;
     is_described = false;
+    is_cancelled_ = was_tried_ = false;
     error_offset = 0;
     row_count = rows_fetched = batch_error_count = column_count = current_row = 0;
     rows_.clear();
@@ -92,7 +99,7 @@ bind &statement::bind_position(bind *known, ub4 position)
 {
     check_idle();
     if (position == 0 || position > bound_.size())
-        fail(1036, "there is no bind variable at position %u", position);
+        fail(1036, "illegal variable name/number");
     return bind_placeholders(known, {position - 1});
 }
 
@@ -105,7 +112,7 @@ bind &statement::bind_name(bind *known, std::string_view name)
         if (text.placeholders[i].name == wanted)
             placeholders.push_back(i);
     if (placeholders.empty())
-        fail(1036, "there is no bind variable :%s", wanted.c_str());
+        fail(1036, "illegal variable name/number");
     return bind_placeholders(known, std::move(placeholders));
 }
 

@@ -286,7 +286,7 @@ private:
     sword end_fetch(const fetch_outcome &outcome, call_errors errors);
     void give_up_pieces();
     bool open_cursor(const service_context &context, call_errors errors);
-    void check_cursor_defines() const;
+    void check_defines() const;
     void open_cursors(const std::vector<value> &given, std::size_t row);
     void open_nested(const sql::nested_cursor &cursor, std::shared_ptr<cursor_origin> from,
                      const value *given);
@@ -324,6 +324,8 @@ private:
 
     locked_rows locked_; // where locators that are fetched from a query FOR UPDATE come from
     bool is_scrollable_ = false;
+    bool is_cancelled_ = false;
+    bool was_tried_ = false;                  // executed, with or without success
     std::optional<std::int64_t> changed_row_; // the last one
 
     // All that have live handles; those of texts that this handle was prepared with before stay for programs

@@ -79,10 +79,19 @@ identity_definition parser::parse_identity()
     return made;
 }
 
-void parser::parse_constraint_state()
+// No is_deferred: the constraint cannot be checked later.
+void parser::parse_constraint_state(bool *is_deferred)
 {
     for (;;) {
-        if (take_word("ENABLE") || take_word("VALIDATE") || take_word("RELY") || take_word("NORELY"))
+        if (is_word("INITIALLY") && is_word("DEFERRED", 1)) {
+            if (!is_deferred)
+                fail_unserved(peek().offset, "INITIALLY DEFERRED, but for foreign keys");
+            *is_deferred = take_words({"INITIALLY", "DEFERRED"});
+            continue;
+        }
+        if (take_words({"INITIALLY", "IMMEDIATE"}) || take_word("DEFERRABLE") ||
+            take_words({"NOT", "DEFERRABLE"}) || take_word("ENABLE") || take_word("VALIDATE") ||
+            take_word("RELY") || take_word("NORELY"))
             continue;
         if (is_word("DISABLE") || is_word("NOVALIDATE"))
             fail_unserved(peek().offset, "constraints that are not in force");
@@ -110,14 +119,7 @@ void parser::parse_references(foreign_key &into)
         else
             fail_here(905, "CASCADE or SET NULL is missing");
     }
-    for (;;) {
-        if (take_words({"INITIALLY", "DEFERRED"}))
-            into.is_deferred = true;
-        else if (!take_words({"INITIALLY", "IMMEDIATE"}) && !take_word("DEFERRABLE") &&
-                 !take_words({"NOT", "DEFERRABLE"}))
-            break;
-    }
-    parse_constraint_state();
+    parse_constraint_state(&into.is_deferred);
 }
 
 bool parser::parse_column_constraint(column_definition &column, name constraint_name)

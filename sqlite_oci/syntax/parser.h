@@ -120,7 +120,7 @@ private:
     bool parse_column_constraint(column_definition &column, name constraint_name);
     bool parse_table_constraint(create_table_statement &into);
     void parse_references(foreign_key &into);
-    void parse_constraint_state();
+    void parse_constraint_state(bool *is_deferred = nullptr);
     std::string parse_type();
     identity_definition parse_identity();
     bool take_sequence_option(sequence_options &options);

@@ -26,6 +26,10 @@ const char *operator_words(set_operator of)
 
 translated_query translator::values_of(query &tree, const targets *into)
 {
+    scope in;
+    const entered here(scope_, in, frame_);
+    in.forbids_groups = in.forbids_row_number = true;
+    in.forbids_columns = into != nullptr;
     translated_query result;
     for (const expressions &row : tree.values) {
         check_into(tree, into, row.size());

@@ -148,6 +148,8 @@ typed_sql translator::column_of(expression &tree)
         if (is_known_source && tree.qualifier)
             break;
     }
+    if (scope_->forbids_columns)
+        fail_at(tree.offset, 984, "column not allowed here: %.200s", tree.text.c_str());
     std::string shown = tree.qualifier ? "\"" + tree.qualifier.text + "\"." : "";
     shown += "\"" + tree.text + "\"";
     fail_at(tree.offset, 904, "%.200s: invalid identifier: no such column", shown.c_str());

@@ -50,6 +50,7 @@ struct scope {
     bool forbids_groups = false; // in WHERE and ON
     bool has_row_number = false; // ROWNUM was used
     bool forbids_row_number = false;
+    bool forbids_columns = false;    // in the VALUES of an INSERT
     bool row_number_by_call = false; // an UPDATE counts its rows with a function
     std::string level_sql;           // LEVEL
 };

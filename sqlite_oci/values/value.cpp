@@ -56,7 +56,7 @@ const char *conversion_error_text(int code)
     case ora_invalid_hex:
         return "not a text of hexadecimal digits";
     case ora_inconsistent_types:
-        return "the column's value cannot be converted to the type of the variable";
+        return "inconsistent datatypes: the column's value cannot be converted to the type of the variable";
     case ora_invalid_descriptor:
         return "the variable holds no descriptor of this library for its type";
     case ora_invalid_locator:

@@ -44,6 +44,25 @@ inline bool is_descriptor(ub2 type)
     }
 }
 
+// Whether a text is read and written as characters.
+inline bool is_text_variable(ub2 type)
+{
+    switch (type) {
+    case SQLT_CHR:
+    case SQLT_STR:
+    case SQLT_LNG:
+    case SQLT_AFC:
+    case SQLT_AVC:
+    case SQLT_VCS:
+    case SQLT_LVC:
+    case SQLT_VST:
+    case SQLT_CLOB:
+        return true;
+    default:
+        return false;
+    }
+}
+
 // The pointer that such a variable holds.
 inline void *pointer_in(const void *variable)
 {

@@ -78,7 +78,7 @@ TEST_F(answers, of_expressions)
         {"greatest(1, 10, 9)", "10"},
         {"greatest('b', 'a', 'C')", "b"},
         {"least(3, null, 1)", ""},
-        {"5d / 2", "2.5"},
+        {"5d / 2", "2.5E+000"},
         // Texts
         {"'a' || null", "a"},
         {"null || null", ""},
@@ -225,6 +225,7 @@ TEST_F(answers, of_statements)
         {"INSERT INTO emp (id, name) VALUES (4, 'Edward')", "ORA-12899"},
         {"INSERT INTO emp (id, name) VALUES (12345, 'Ed')", "ORA-1438"},
         {"INSERT INTO emp (id, name) VALUES ('x', 'Ed')", "ORA-1722"},
+        {"INSERT INTO emp (id, name) VALUES (4, Ed)", "ORA-984"},
         {"INSERT INTO emp (id) VALUES (4, 5)", "ORA-913"},
         {"INSERT INTO emp (id, name) VALUES (4)", "ORA-947"},
         {"INSERT INTO emp (id, id) VALUES (4, 5)", "ORA-957"},
@@ -297,6 +298,14 @@ TEST_F(answers, of_statements)
         {"SELECT hired, to_char(hired), hired || '' FROM emp WHERE hired = '01/01/2024'",
          "01/01/2024|01/01/2024|01/01/2024"},
         {"ALTER SESSION SET NLS_DATE_FORMAT = 'YYYY-MM-DD HH24:MI:SS'", "0"},
+        {"CREATE TABLE later (n NUMBER CHECK (n > 0) DEFERRABLE INITIALLY DEFERRED)", "ORA-3001"},
+        {"CREATE TABLE fine (n DECIMAL CHECK (n > 0) DEFERRABLE INITIALLY IMMEDIATE, f BINARY_FLOAT, t "
+         "TIMESTAMP(2), i INTERVAL DAY(2) TO SECOND(3))",
+         "0"},
+        {"INSERT INTO fine VALUES (1.7, 567.456, TIMESTAMP '2024-01-02 03:04:05.678', INTERVAL '1 2:3:4.5' DAY TO "
+         "SECOND)",
+         "1"},
+        {"SELECT n, f, t, i FROM fine", "2|5.67455994E+002|2024-01-02 03:04:05.68|+01 02:03:04.500"},
         {"CREATE TABLE wide (n NUMBER, f FLOAT, r RAW(2), l LONG, v VARCHAR2(40))", "0"},
         {"INSERT INTO wide VALUES (12345678901234567890.5, 1/3, '0012', '00123', 5.0)", "1"},
         {"INSERT INTO wide VALUES (12345678901234567890.25, 2, 'FF', 'x', .5)", "1"},

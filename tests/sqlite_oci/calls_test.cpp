@@ -46,6 +46,10 @@ TEST_F(sqlite_oci_test, attributes_are_kept_for_programs_that_ask)
     EXPECT_TRUE(
         db.succeeds(OCIAttrGet(db.session, OCI_HTYPE_SESSION, &told, &size, OCI_ATTR_MODULE, db.errors)));
     EXPECT_EQ(std::string(told, size), module);
+    std::string remark(65, 'x');
+    for (const ub4 attribute : {OCI_ATTR_MODULE, OCI_ATTR_ACTION, OCI_ATTR_CLIENT_IDENTIFIER})
+        EXPECT_TRUE(db.fails(
+            OCIAttrSet(db.session, OCI_HTYPE_SESSION, remark.data(), 65, attribute, db.errors), 24960));
     char schema[] = "NOBODY";
     EXPECT_TRUE(db.fails(
         OCIAttrSet(db.session, OCI_HTYPE_SESSION, schema, 6, OCI_ATTR_CURRENT_SCHEMA, db.errors), 1435));
@@ -90,6 +94,14 @@ TEST_F(sqlite_oci_test, locators_tell_of_themselves)
     oraub8 length = 0;
     EXPECT_EQ(OCILobGetLength2(db.service, db.errors, copy, &length), OCI_SUCCESS);
     EXPECT_EQ(length, 6);
+
+    EXPECT_TRUE(db.fails(OCILobFlushBuffer(db.service, db.errors, copy, OCI_LOB_BUFFER_FREE), 24801));
+    EXPECT_TRUE(db.succeeds(OCILobEnableBuffering(db.service, db.errors, copy)));
+    EXPECT_TRUE(db.fails(OCILobTrim(db.service, db.errors, copy, 1), 22279));
+    EXPECT_TRUE(db.fails(OCILobGetLength2(db.service, db.errors, copy, &length), 22279));
+    EXPECT_TRUE(db.succeeds(OCILobFlushBuffer(db.service, db.errors, copy, OCI_LOB_BUFFER_FREE)));
+    EXPECT_TRUE(db.succeeds(OCILobDisableBuffering(db.service, db.errors, copy)));
+    EXPECT_TRUE(db.succeeds(OCILobTrim(db.service, db.errors, copy, 1)));
 }
 
 } // namespace

@@ -221,6 +221,25 @@ TEST_F(describe, parameters_live_as_long_as_what_they_describe)
     EXPECT_EQ(db.code(), 24334);
 }
 
+TEST_F(describe, names_outlive_the_parameters_that_they_came_from)
+{
+    const prepared query(
+        db, "SELECT 1 AS a_name_that_is_longer_than_16, 2 AS another_name_of_some_length FROM dual");
+    ASSERT_EQ(query.execute(0), OCI_SUCCESS);
+    const char *names[2] = {};
+    for (ub4 i = 0; i < 2; ++i) {
+        OCIParam *column = nullptr;
+        ASSERT_EQ(
+            OCIParamGet(query.handle, OCI_HTYPE_STMT, db.errors, reinterpret_cast<void **>(&column), i + 1),
+            0);
+        ASSERT_EQ(OCIAttrGet(column, OCI_DTYPE_PARAM, &names[i], nullptr, OCI_ATTR_NAME, db.errors),
+                  OCI_SUCCESS);
+        ASSERT_EQ(OCIDescriptorFree(column, OCI_DTYPE_PARAM), OCI_SUCCESS);
+    }
+    EXPECT_STREQ(names[0], "A_NAME_THAT_IS_LONGER_THAN_16");
+    EXPECT_STREQ(names[1], "ANOTHER_NAME_OF_SOME_LENGTH");
+}
+
 TEST_F(describe, tables_and_views_are_found_by_name)
 {
     db.run_all({"CREATE TABLE city (id NUMBER NOT NULL, \"Name\" VARCHAR2(40))",

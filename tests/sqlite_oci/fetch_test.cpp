@@ -261,7 +261,7 @@ TEST_F(fetch, exact_fetches_and_misuse)
     const prepared cancelled(db, "SELECT 1 UNION SELECT 2");
     ASSERT_EQ(cancelled.out(1, number, SQLT_INT).execute(1), OCI_SUCCESS);
     EXPECT_EQ(cancelled.fetch(0), OCI_SUCCESS);
-    EXPECT_EQ(cancelled.fetch(1), OCI_NO_DATA) << "no rows fetched cancel the query";
+    EXPECT_TRUE(db.fails(cancelled.fetch(1), 1002)) << "no rows fetched cancel the query";
 
     const prepared early(db, "SELECT 1 FROM dual");
     EXPECT_TRUE(db.fails(early.out(2, number, SQLT_INT).execute(1), 1007)) << "not before execution";

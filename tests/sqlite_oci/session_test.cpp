@@ -155,7 +155,7 @@ TEST_F(session, logon_connects_in_one_step)
         OCILogon2(db.env, db.errors, &made, text("anna"), 4, text("pw"), 2, text("main"), 4, OCI_DEFAULT)));
     OraText version[80];
     EXPECT_EQ(OCIServerVersion(made, db.errors, version, sizeof version, OCI_HTYPE_SVCCTX), OCI_SUCCESS);
-    EXPECT_TRUE(std::string(reinterpret_cast<char *>(version)).starts_with("sqlite_oci on SQLite 3."));
+    EXPECT_TRUE(std::string(reinterpret_cast<char *>(version)).starts_with("Oracle Database Release 11.2."));
     EXPECT_EQ(OCIServerVersion(made, db.errors, version, 3, OCI_HTYPE_SVCCTX), OCI_ERROR);
     EXPECT_EQ(OCIPing(made, db.errors, OCI_DEFAULT), OCI_SUCCESS);
     EXPECT_EQ(OCILogoff(made, db.errors), OCI_SUCCESS);
