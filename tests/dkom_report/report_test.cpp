@@ -200,6 +200,24 @@ TEST_F(ReportTest, OddInputIsReadAsFarAsItGoes)
     EXPECT_TRUE(run({"handle", "x", trace}).says(2, "'x' is no address"));
 }
 
+TEST_F(ReportTest, ManualsNameAllThatHelpNames)
+{
+    for (const char *tool : {REPORT, SCRUB}) {
+        const std::string help = run_other(tool, {"--help"}).out;
+        std::ifstream file(DOCUMENTS "/man/" + std::filesystem::path(tool).filename().string() + ".1");
+        const std::string manual = std::regex_replace(std::string(std::istreambuf_iterator<char>(file), {}),
+                                                      std::regex("\\\\-"), "-");
+        const std::regex name("\n  (-[a-zA-Z],)?(--[a-z]+|[a-z]+ )");
+        std::size_t count = 0;
+        for (std::sregex_iterator one(help.begin(), help.end(), name), end; one != end; ++one, count++) {
+            const std::string word = (*one)[2].str().substr(0, (*one)[2].str().find(' '));
+            EXPECT_TRUE(std::regex_search(manual, std::regex("[ \n\"]" + word + "\\b")))
+                << tool << " " << word;
+        }
+        EXPECT_GE(count, 8U) << help;
+    }
+}
+
 TEST(Symptoms, EveryRowOfTheDocumentExplainsItsText)
 {
     const std::string document = dkom_report::symptoms_document;

@@ -105,17 +105,22 @@ void Analysis::finish(OpenCall &call, const Outcome &outcome, Microseconds at)
     }
     finish_handle_call(call, outcome, at);
 
-    if (Connection *connection = connection_at(call.connection)) {
+    Connection *connection = connection_at(call.connection);
+    if (connection) {
         connection->calls++;
         connection->failures += outcome.failed ? 1 : 0;
-        if (settings_.timeline && known_time >= 0)
-            connection->lane.add(
-                {call.begin, known_time, call.function, call.statement, outcome.failed, outcome.is_bound});
     }
-    if (Statement *statement = statement_at(call.statement);
-        statement && settings_.timeline && known_time >= 0)
-        statement->lane.add(
-            {call.begin, known_time, call.function, call.connection, outcome.failed, outcome.is_bound});
+    if (settings_.timeline && known_time >= 0) {
+        Event event{call.begin, known_time, call.function, 0, call.backend, outcome.failed, outcome.is_bound};
+        if (connection) {
+            event.other = call.statement;
+            connection->lane.add(event);
+        }
+        if (Statement *statement = statement_at(call.statement)) {
+            event.other = call.connection;
+            statement->lane.add(event);
+        }
+    }
     keep_step(call, outcome, known_time);
 }
 

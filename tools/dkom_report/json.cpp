@@ -202,8 +202,8 @@ json lane_json(const Lane &lane, Microseconds origin)
     std::ranges::sort(events, {}, &Event::at);
     json list = json::array();
     for (const Event &e : events)
-        list.push_back(
-            {e.at - origin, e.took, e.function, e.other, (e.failed ? 1 : 0) + (e.is_bound ? 2 : 0)});
+        list.push_back({e.at - origin, e.took, e.function, e.other,
+                        (e.failed ? 1 : 0) + (e.is_bound ? 2 : 0) + 4 * e.backend});
     // Slices at the end that nothing happened in are left out.
     std::size_t count = lane.busy().size();
     while (count > 0 && lane.busy()[count - 1] == 0)

@@ -1,8 +1,10 @@
+#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <string>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -18,6 +20,7 @@
 #include "format.h"
 #include "handle_life.h"
 #include "json.h"
+#include "page.h"
 #include "tables.h"
 
 namespace
@@ -44,6 +47,7 @@ constexpr const char *footer =
     "  dkom-report leaks om_4711.log                 which handles were never released?\n"
     "  dkom-report handle 0x55d0c8a3f2e0 om_4711.log the life of one handle\n"
     "  dkom-report --json om_4711.log | jq .calls    for programs\n"
+    "  dkom-report --html day.html om_*.log          a timeline to look at in a browser\n"
     "\n"
     "Traces of level 30 tell calls, statements, connections and handles; those of level 20 failures,\n"
     "those of level 10 stops only.\n"
@@ -61,6 +65,7 @@ struct Arguments {
     std::string address;
     std::string order = "total";
     std::size_t limit = 20;
+    std::string html;
     bool json = false;
     bool wide = false;
     bool literals = false;
@@ -86,6 +91,7 @@ void declare_options(CLI::App &app, Arguments &arguments)
     };
     // Options may stand on either side of the command.
     app.fallthrough();
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.require_subcommand(0, 1);
     for (const Command &command : commands) {
         CLI::App *sub = app.add_subcommand(command.name, command.text);
@@ -109,6 +115,9 @@ void declare_options(CLI::App &app, Arguments &arguments)
         "--literals", arguments.literals,
         "Statements that differ in literals only are different ones, and are shown with their values");
     app.add_flag("--json", arguments.json, "Write all of it as JSON; times are in microseconds");
+    app.add_option("--html", arguments.html,
+                   "Write a page with a timeline into this file, to be opened in a browser")
+        ->type_name("OUT");
     app.set_version_flag("-V,--version", "dkom-report " DKOM_VERSION);
     app.footer(footer);
 }
@@ -188,6 +197,19 @@ int show_handle(const Arguments &arguments, const View &view)
     return all ? exit_ok : exit_no_trace;
 }
 
+/// The page may hold what the trace holds, so it is the owner's alone.
+bool write_page(const std::string &path, const Report &report)
+{
+    constexpr mode_t others = 077;
+    const mode_t before = umask(others);
+    std::ofstream file(path, std::ios::binary);
+    umask(before);
+    file << page_of(report) << std::flush;
+    if (!file)
+        fmt::print(stderr, "dkom-report: cannot write '{}': {}\n", path, std::strerror(errno));
+    return static_cast<bool>(file);
+}
+
 int run(const Arguments &arguments)
 {
     View view;
@@ -200,6 +222,7 @@ int run(const Arguments &arguments)
 
     Analysis::Settings settings;
     settings.literals = arguments.literals;
+    settings.timeline = !arguments.html.empty();
     Analysis analysis(settings);
     const bool all = read_all(
         arguments, true, analysis, [&](const std::string &path) { analysis.begin_process(path); },
@@ -209,7 +232,10 @@ int run(const Arguments &arguments)
     for (const Process &process : report.processes)
         records += process.records;
 
-    if (arguments.json) {
+    if (records > 0 && !arguments.html.empty()) {
+        if (!write_page(arguments.html, report))
+            return exit_no_trace;
+    } else if (arguments.json) {
         fmt::print("{}\n", report_json(report, view));
     } else if (records > 0) {
         const auto text = [&] {

@@ -15,6 +15,7 @@ struct Event {
     std::uint32_t function = 0;
     std::uint32_t other =
         0; ///< the statement of a connection's call, the connection of a statement's; plus 1
+    std::uint8_t backend = 0; ///< bits of a Backend
     bool failed = false;
     bool is_bound = false;
 };

@@ -71,7 +71,8 @@ void declare_options(CLI::App &app, Arguments &arguments)
     app.add_option(
            "--key", arguments.key,
            "Make new names follow from this secret text, so that runs with the same text rename alike")
-        ->type_name("TEXT");
+        ->type_name("TEXT")
+        ->envname("DKOM_SCRUB_KEY");
     app.set_version_flag("-V,--version", "dkom-scrub " DKOM_VERSION);
     app.footer(footer);
 }
