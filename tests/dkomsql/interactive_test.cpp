@@ -102,6 +102,7 @@ TEST_P(Interactive, completion)
                    {"sel\t", "select "},
                    {"amount from inv\t", "inventory "},
                    {"where sh\t", "shelf "},
+                   {"\025select sh from inventory\001\033f\033f\t", "shelf "},
                    {"\025SELECT * FROM INV\t", "INVENTORY "},
                    {"\025select * from \"O\t", "\"Odd One\" "},
                    {"\025\\ti\t", "\\timing "},
@@ -187,14 +188,17 @@ TEST_P(Interactive, rows_are_typed_behind_copy)
 /// Ctrl-C in a load says what has become of the rows.
 TEST_P(Interactive, interrupted_load)
 {
-    const std::tuple<const char *, const char *, const char *> cases[] = {
-        {"\\copy - t", "no row is committed", ""},
-        {"\\copy - t commit 1", "2 rows are committed", "1\n2\n"},
+    // Command, what it says of rows of which the last is refused, what it says in the end, and the rows that
+    // stay.
+    const std::tuple<const char *, const char *, const char *, const char *> cases[] = {
+        {"\\copy - t", "", "no row is committed", ""},
+        {"\\copy - t commit 1", "stdin:3: row rejected: ORA-01722", "2 rows are committed", "1\n2\n"},
     };
     output_of({link(), "-e", "create table t(a integer)"});
-    for (const auto &[command, message, rows] : cases) {
-        Terminal terminal = start(link(), {"-e", command, "-e", "insert into t values(99)"});
-        terminal.type("1\n2\n");
+    for (const auto &[command, refusal, message, rows] : cases) {
+        Terminal terminal =
+            start(link(), {"-e", "\\! echo ready", "-e", command, "-e", "insert into t values(99)"});
+        terminal.talk({{"", "ready"}, {"1\n2\nx\n", refusal}});
         usleep(300000);
         terminal.talk({{"\003", "the load was stopped: interrupted"}, {"", message}});
         EXPECT_EQ(terminal.wait(), 130);

@@ -139,7 +139,7 @@ std::string word_before(std::string_view text)
 
 } // namespace
 
-Completion SqlCompletion::complete(const std::string &before, std::string_view line)
+Completion SqlCompletion::complete(const std::string &before, std::string_view line, std::string_view rest)
 {
     Completion found{word_start(line), {}};
     const std::string_view typed = line.substr(found.start);
@@ -173,8 +173,7 @@ Completion SqlCompletion::complete(const std::string &before, std::string_view l
         add_matching(found.candidates, tables(), typed);
         return found;
     }
-    // The statement is known as far as it is typed: with the tables of the queries before its end.
-    add_matching(found.candidates, columns_of(tables_named(in_front)), typed);
+    add_matching(found.candidates, columns_of(tables_named(in_front + "\n" + std::string(rest))), typed);
     if (!in_front.ends_with('.')) {
         add_matching(found.candidates, sql_words, typed);
         add_matching(found.candidates, tables(), typed);

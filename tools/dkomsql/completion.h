@@ -20,8 +20,8 @@ class SqlCompletion
 public:
     explicit SqlCompletion(const Shell &shell) : shell_(shell) {}
 
-    /// Completes `line`, behind the lines of the statement that were typed before it.
-    Completion complete(const std::string &before, std::string_view line);
+    /// Completes `line`, in front of `rest` and behind the lines of the statement that were typed before it.
+    Completion complete(const std::string &before, std::string_view line, std::string_view rest);
 
 private:
     std::vector<std::string> names(const std::string &query, const std::string &pattern);

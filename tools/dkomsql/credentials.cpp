@@ -146,8 +146,9 @@ ConnectTarget parse_target(std::string_view text)
 PasswordSource::PasswordSource(std::string file) : file_(std::move(file))
 {
     constexpr const char *variable = "DKOMSQL_PASSWORD";
-    if (const char *value = std::getenv(variable)) {
+    if (char *value = std::getenv(variable)) {
         from_environment_ = Secret(value);
+        explicit_bzero(value, std::strlen(value)); // the system shows what a program began with
         unsetenv(variable);
     }
 }

@@ -113,8 +113,9 @@ class Interactive
 public:
     explicit Interactive(Shell &shell)
         : shell_(shell), history_(history_file()), completion_(shell),
-          editor_(history_, [this](std::string_view line) {
-              return completion_.complete(input_.splitter.pending() ? input_.splitter.text() : "", line);
+          editor_(history_, [this](std::string_view line, std::string_view rest) {
+              return completion_.complete(input_.splitter.pending() ? input_.splitter.text() : "", line,
+                                          rest);
           })
     {
     }
@@ -159,9 +160,10 @@ private:
     void edit(const std::string &file)
     {
         try {
-            const std::string before = !file.empty()               ? content_of(file)
-                                       : input_.splitter.pending() ? input_.splitter.text()
-                                                                   : shell_.last_statement() + ";\n";
+            const std::string before = !file.empty()                     ? content_of(file)
+                                       : input_.splitter.pending()       ? input_.splitter.text()
+                                       : shell_.last_statement().empty() ? ""
+                                                                         : shell_.last_statement() + ";\n";
             std::string after;
             if (file.empty()) {
                 const TemporaryFile edited(before);

@@ -158,7 +158,8 @@ struct LineEditor::State {
         }
         const LineInfo *line = el_line(editor);
         const std::string_view before(line->buffer, static_cast<std::size_t>(line->cursor - line->buffer));
-        const Completion found = of(editor).completer(before);
+        const std::string_view behind(line->cursor, static_cast<std::size_t>(line->lastchar - line->cursor));
+        const Completion found = of(editor).completer(before, behind);
         if (found.candidates.empty())
             return CC_REFRESH_BEEP;
         const std::size_t length = common_prefix(found.candidates);
@@ -193,9 +194,10 @@ LineEditor::LineEditor(const TypedHistory &typed, Completer completer) : state_(
     el_set(editor, EL_SIGNAL, 1);
     el_set(editor, EL_EDITOR, "emacs");
     el_set(editor, EL_HIST, history, typed.get());
-    el_set(editor, EL_ADDFN, "dkomsql-complete", "complete the word in front of the cursor",
-           &State::complete);
-    el_set(editor, EL_ADDFN, "dkomsql-paste", "take what is pasted as it is", &State::paste);
+    // Of narrow texts libedit makes copies that it never frees.
+    el_wset(editor, EL_ADDFN, L"dkomsql-complete", L"complete the word in front of the cursor",
+            &State::complete);
+    el_wset(editor, EL_ADDFN, L"dkomsql-paste", L"take what is pasted as it is", &State::paste);
     el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
     el_set(editor, EL_BIND, "^I", "dkomsql-complete", nullptr);
     el_set(editor, EL_BIND, "\\e[200~", "dkomsql-paste", nullptr);

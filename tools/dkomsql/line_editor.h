@@ -19,8 +19,8 @@ struct Completion {
     std::vector<std::string> candidates; ///< all begin alike with what stands there, but perhaps for case
 };
 
-/// Tells what may stand at the end of `line`, the text in front of the cursor.
-using Completer = std::function<Completion(std::string_view line)>;
+/// Tells what may stand at the end of `line`, the text in front of the cursor, which `rest` is behind.
+using Completer = std::function<Completion(std::string_view line, std::string_view rest)>;
 
 /// Reads lines from the terminal with editing, history and completion. What is pasted goes into the line as
 /// it is, tabs included.

@@ -30,7 +30,8 @@ std::string pager_command()
 {
     if (const char *pager = std::getenv("PAGER"))
         return pager;
-    return std::system("command -v less >/dev/null 2>&1") == 0 ? "less" : "";
+    static const bool has_less = std::system("command -v less >/dev/null 2>&1") == 0;
+    return has_less ? "less" : "";
 }
 
 PagedOutput::PagedOutput(std::string command) : command_(std::move(command)), stream_(this)
