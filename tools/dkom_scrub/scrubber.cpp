@@ -52,14 +52,9 @@ constexpr std::string_view harmless[] = {
     "the usual route: ",
 };
 
-bool is_name_character(char c)
-{
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
-}
-
 bool is_name(std::string_view text)
 {
-    return !text.empty() && std::ranges::all_of(text, is_name_character);
+    return !text.empty() && std::ranges::all_of(text, trace_reader::is_name_character);
 }
 
 bool is_number(std::string_view text)
@@ -83,15 +78,6 @@ bool is_fixed_value(std::string_view text)
     return std::ranges::count(words, text) > 0;
 }
 
-/// Fixed words of the libraries: no quotes, nothing that is not ASCII, one line.
-bool is_plain(std::string_view text)
-{
-    return std::ranges::all_of(text, [](unsigned char c) {
-        return std::isalnum(c) != 0 ||
-               std::string_view(" _-.,:;()[]<>=*'/!?").find(static_cast<char>(c)) != std::string_view::npos;
-    });
-}
-
 std::string line_ends_of(std::string_view text)
 {
     return std::string(static_cast<std::size_t>(std::ranges::count(text, '\n')), '\n');
@@ -100,47 +86,6 @@ std::string line_ends_of(std::string_view text)
 std::string_view first_line(std::string_view text)
 {
     return text.substr(0, text.find('\n'));
-}
-
-/// A parameter of a declaration.
-struct Parameter {
-    std::string_view name;
-    bool is_text = false;
-};
-
-/// The parameters of "OCIServerAttach(OCIServer *srvhp, ..., CONST OraText *dblink, ...)".
-std::vector<Parameter> parameters_of(std::string_view declaration)
-{
-    std::vector<Parameter> parameters;
-    const std::size_t open = declaration.find('(');
-    if (open == std::string_view::npos)
-        return parameters;
-    std::string_view rest = declaration.substr(open + 1);
-    while (!rest.empty()) {
-        int depth = 0;
-        std::size_t end = 0;
-        for (; end < rest.size() && (depth > 0 || (rest[end] != ',' && rest[end] != ')')); end++)
-            depth += rest[end] == '(' ? 1 : rest[end] == ')' ? -1 : 0;
-        std::string_view one = rest.substr(0, end);
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-        const bool is_const =
-            one.find("CONST ") != std::string_view::npos || one.find("const ") != std::string_view::npos;
-        const std::size_t type =
-            one.find("raText *") != std::string_view::npos ? one.find("raText *") : one.find("ratext *");
-        Parameter parameter;
-        parameter.is_text = is_const && type != std::string_view::npos &&
-                            one.substr(type + 8).find('*') == std::string_view::npos;
-        if (const std::size_t function = one.find("(*"); function != std::string_view::npos)
-            one = one.substr(0, one.find(')', function));
-        while (!one.empty() && !is_name_character(one.back()))
-            one.remove_suffix(1);
-        std::size_t begin = one.size();
-        while (begin > 0 && is_name_character(one[begin - 1]))
-            begin--;
-        parameter.name = one.substr(begin);
-        parameters.push_back(parameter);
-    }
-    return parameters;
 }
 
 /// Path without its directories, which may tell names of people and machines.
@@ -279,23 +224,19 @@ void Scrubber::add_message(const Record &record)
 /// A declaration and the arguments that follow it, each in a line of its own.
 void Scrubber::add_call(std::string_view message, bool is_extended)
 {
-    const std::string_view declaration = first_line(message);
-    if (!is_plain(declaration)) {
+    const std::string_view first = first_line(message);
+    const Declaration &declaration = declarations_.of(first, is_extended);
+    if (!declaration.is_plain) {
         add_masked(message);
         return;
     }
-    out_ += declaration;
-    std::vector<Parameter> parameters = parameters_of(declaration);
-    const std::string_view function = declaration.substr(0, declaration.find('('));
-    if (!is_extended && (function.ends_with("OCIServerVersion") || function.ends_with("OCINlsGetInfo")))
-        for (Parameter &parameter : parameters)
-            parameter.is_text = parameter.is_text || has_any(parameter.name, {"bufp", "buf"});
-
-    std::string_view rest = message.substr(declaration.size());
+    out_ += first;
+    const std::vector<Parameter> &parameters = declaration.parameters;
+    std::string_view rest = message.substr(first.size());
     for (std::size_t i = 0; i < parameters.size(); i++) {
-        const std::string before = fmt::format("\n\t{}=", parameters[i].name);
-        const std::string next =
-            i + 1 < parameters.size() ? fmt::format("\n\t{}=", parameters[i + 1].name) : "";
+        const std::string_view before = parameters[i].before;
+        const std::string_view next =
+            i + 1 < parameters.size() ? parameters[i + 1].before : std::string_view();
         if (!rest.starts_with(before))
             continue; // a few arguments are shown under other names, or not at all
         std::size_t end = next.empty()            ? rest.size()
@@ -324,12 +265,10 @@ void Scrubber::add_call(std::string_view message, bool is_extended)
             continue;
         }
         out_ += before;
-        const std::string_view length_name =
-            i + 1 < parameters.size() ? parameters[i + 1].name : std::string_view();
-        add_text_argument(rest, parameters[i].name, length_name);
+        add_text_argument(rest, parameters[i].name, i + 1 < parameters.size() ? parameters[i + 1].name : "");
         rest.remove_prefix(end);
         // The length that follows is that of the text as it was; it was written with it.
-        if (!next.empty() && rest.starts_with(next) && next.find("len") != std::string::npos) {
+        if (!next.empty() && rest.starts_with(next) && next.find("len") != std::string_view::npos) {
             const std::size_t line_end = std::min(rest.find('\n', 1), rest.size());
             rest.remove_prefix(line_end);
         }

@@ -8,6 +8,7 @@
 
 #include <trace_reader/record.h>
 
+#include "declaration.h"
 #include "names.h"
 
 namespace dkom_scrub
@@ -53,6 +54,7 @@ private:
     Settings settings_;
     Names &names_;
     Sink sink_;
+    Declarations declarations_;
     std::string out_;
     std::int64_t shift_ = 0;
     bool has_shift_ = false;

@@ -1,19 +1,12 @@
 #include "message.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cstring>
 
 namespace trace_reader
 {
 
 namespace
 {
-
-bool is_name_character(char c)
-{
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
-}
 
 std::string_view leading_name(std::string_view text)
 {

@@ -10,6 +10,12 @@
 namespace trace_reader
 {
 
+/// Letters, digits and underscores of ASCII, whatever the locale.
+constexpr bool is_name_character(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
 /// The name in front of the parentheses of a declaration or of an entry record, or nothing if the message is
 /// neither; "sword OCIBreak (dvoid *hndlp, ...", "OCIBreak(...", "OCIBreak".
 std::string_view function_of_call(const Record &record);

@@ -147,7 +147,8 @@ Extent follow(const char *p, const char *end, bool is_last, Record &record)
         if (!newline && !is_last)
             return extent;
         const char *stop = newline ? newline : end;
-        if (const std::size_t suffix = source_suffix(view(line, stop), record)) {
+        const bool may_end = stop > line && (stop[-1] == ')' || stop[-1] == '\r');
+        if (const std::size_t suffix = may_end ? source_suffix(view(line, stop), record) : 0) {
             extent.record_end = stop;
             extent.suffix = suffix;
         }
