@@ -12,6 +12,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include "program.h"
+
 using nlohmann::json;
 
 std::string Browser::find()
@@ -40,10 +42,6 @@ Browser::Browser(const std::string &program, const std::string &directory)
                                    "--window-size=1280,1000",
                                    "--user-data-dir=" + directory + "/browser",
                                    "about:blank"};
-    std::vector<char *> arguments;
-    for (std::string &word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
     std::string home = "HOME=" + directory;
     std::string path = "PATH=/usr/bin:/bin";
     char *environment[] = {home.data(), path.data(), nullptr};
@@ -60,8 +58,8 @@ Browser::Browser(const std::string &program, const std::string &directory)
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-    const int fault =
-        posix_spawn(&process_, program.c_str(), &actions, &attributes, arguments.data(), environment);
+    const int fault = posix_spawn(&process_, program.c_str(), &actions, &attributes,
+                                  argument_pointers(words).data(), environment);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     for (const int descriptor : {in, out, to[0], from[1]})
