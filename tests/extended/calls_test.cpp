@@ -69,13 +69,13 @@ struct special {
 };
 
 /* Puts values in place of the distinct ones. */
-special with(std::map<std::size_t, word> values, std::set<std::size_t> replaced = {})
+special with(const std::map<std::size_t, word> &values, std::set<std::size_t> replaced = {})
 {
     return {[values](program &, words &a) {
                 for (const auto &[position, value] : values)
                     a[position] = value;
             },
-            replaced};
+            std::move(replaced)};
 }
 
 special on_connection()
@@ -112,7 +112,7 @@ special typed(int type, std::set<std::size_t> replaced = {})
                 a[0] = to_word(p.handle(type));
                 a[1] = static_cast<word>(type);
             },
-            replaced};
+            std::move(replaced)};
 }
 
 special user_callback(std::set<std::size_t> replaced)
@@ -122,7 +122,7 @@ special user_callback(std::set<std::size_t> replaced)
                 a[1] = OCI_HTYPE_ENV;
                 a[2] = to_word(p.err());
             },
-            replaced};
+            std::move(replaced)};
 }
 
 special attribute(std::size_t position)

@@ -61,9 +61,9 @@ static void connect_to(const char *link)
 
 /* Values bound from descriptors in an array of structures; the variables are set after they are bound. */
 struct event {
-    int id;
     OCIDateTime *at;
     OCIInterval *lasts;
+    int id;
     sb2 at_null;
 };
 
