@@ -4,6 +4,7 @@
  */
 #include <functional>
 #include <set>
+#include <utility>
 
 #include "oci_manager/entry_points.h"
 #include "recorded.h"
