@@ -7,8 +7,8 @@
 asm(".pushsection " OM_NOTE_SECTION ", \"a\", %note\n"
     ".balign 4\n"
     ".long 2f - 1f, 4f - 3f, " NUMBER(OM_NOTE_TYPE) "\n"
-    "1: .asciz \"" OM_NOTE_OWNER "\"\n"
-    "2: .balign 4\n"
-    "3: .asciz \"" OM_VERSION_TEXT "\"\n"
-    "4: .balign 4\n"
-    ".popsection\n");
+                                                    "1: .asciz \"" OM_NOTE_OWNER "\"\n"
+                                                    "2: .balign 4\n"
+                                                    "3: .asciz \"" OM_VERSION_TEXT "\"\n"
+                                                    "4: .balign 4\n"
+                                                    ".popsection\n");

@@ -35,7 +35,7 @@ protected:
         arguments.emplace_back("--json");
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.status, status) << outcome.out << outcome.err;
-        const Json json = Json::parse(outcome.out, nullptr, false);
+        Json json = Json::parse(outcome.out, nullptr, false);
         if (!json.is_object())
             throw std::runtime_error("no report: " + outcome.out + outcome.err);
         return json;

@@ -204,6 +204,7 @@ ChildOutcome run_program(const std::vector<std::string> &words, const std::strin
             setenv(variable.c_str(), value.c_str(), 1);
             dup2(fd, STDOUT_FILENO);
             std::vector<char *> pointers;
+            pointers.reserve(words.size() + 1);
             for (const std::string &word : words)
                 pointers.push_back(const_cast<char *>(word.c_str()));
             pointers.push_back(nullptr);
