@@ -3,8 +3,6 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <regex>
-#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -82,22 +80,6 @@ TEST_F(DkomCheck, SoundInstallation)
     EXPECT_TRUE(run({"--version"}).says(0, "dkom-check 1."));
     EXPECT_EQ(run({"--no-such-option"}).status, 2);
     EXPECT_EQ(run({"--user", "scott"}).status, 2) << "a user without a link";
-}
-
-// Whoever looks for an option elsewhere than in --help finds all of them.
-TEST_F(DkomCheck, OptionsAreKnownEverywhere)
-{
-    const std::string help = output_of({"--help"});
-    const std::regex option("--[a-z][-a-z]*");
-    std::set<std::string> options{std::sregex_token_iterator(help.begin(), help.end(), option), {}};
-    EXPECT_GE(options.size(), 9U);
-    for (const char *file : {"docs/man/dkom-check.1", "tools/dkom_check/completion/dkom-check.bash",
-                             "tools/dkom_check/completion/dkom-check.zsh"}) {
-        const std::string text =
-            std::regex_replace(content_of(PROJECT "/" + std::string(file)), std::regex(R"(\\-)"), "-");
-        for (const std::string &name : options)
-            EXPECT_NE(text.find(name), std::string::npos) << file << " has no " << name;
-    }
 }
 
 // What keeps a client library from being used, each with the loader's reasons told apart.

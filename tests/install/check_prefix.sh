@@ -28,10 +28,10 @@ fi
 
 [ "$(pkg-config --modversion dkom dkomx | sort -u)" = "$version" ] || fail "pkg-config tells another version"
 cp -r "$here/consumer" "$work/source"
-cmake -S "$work/source" -B "$work/build" >"$work/log" 2>&1 && cmake --build "$work/build" >>"$work/log" 2>&1 || {
+if ! { cmake -S "$work/source" -B "$work/build" && cmake --build "$work/build"; } >"$work/log" 2>&1; then
     cat "$work/log" >&2
     fail "find_package(dkom) does not build a program"
-}
+fi
 for edition in dkom dkomx; do
     # shellcheck disable=SC2046 # a list of words
     ${CC:-cc} -std=c99 "$work/source/answer.c" -o "$work/build/pkgconfig_c_$edition" $(pkg-config --cflags --libs $edition)
@@ -66,7 +66,7 @@ for program in "$work/build/"cmake_c*_dkom* "$work/build/"pkgconfig_c*_dkom*; do
 done
 [ "$count" -eq 8 ] || fail "$count programs were built, not 8"
 
-# --- the tools, moved along with their prefix
+# --- the tools, moved along with their prefix: each option is in the manual and in the completions
 
 unset LD_LIBRARY_PATH
 tools=0
@@ -76,9 +76,16 @@ for tool in "$prefix/bin/"dkom*; do
     *) fail "$tool --version does not tell version $version" ;;
     esac
     name=${tool##*/}
-    if [ -e "$prefix/share/bash-completion/completions/$name" ]; then
-        bash -n "$prefix/share/bash-completion/completions/$name"
-    fi
+    sed 's/\\-/-/g' "$prefix/share/man/man1/$name.1" >"$work/manual"
+    bash_completion=$prefix/share/bash-completion/completions/$name
+    zsh_completion=$(grep -l "^#compdef.*\b$name\b" "$prefix/share/zsh/site-functions/"_*) ||
+        fail "$name has no completion for zsh"
+    bash -n "$bash_completion"
+    for option in $("$tool" --help | sed -n 's/^  *\(-., *\)\{0,1\}\(--[a-z-]*\).*/\2/p'); do
+        for file in "$work/manual" "$bash_completion" "$zsh_completion"; do
+            grep -q -e "$option\b" "$file" || fail "$file does not know $name's option $option"
+        done
+    done
 done
 [ "$tools" -ge 1 ] || fail "no tool is installed"
 echo "$prefix: $count programs and $tools tools"

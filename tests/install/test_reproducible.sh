@@ -31,13 +31,15 @@ build() {
     (cd "$root" && git ls-files -z | xargs -0 cp --parents -t "$source")
     say "building in $build"
     # shellcheck disable=SC2086 # a list of words
-    cmake -S "$source" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
-        -DCMAKE_SKIP_INSTALL_ALL_DEPENDENCY=ON -DDKOM_BUILD_TESTS=OFF >"$work/log" &&
-        cmake --build "$build" --target $targets >>"$work/log" 2>&1 &&
-        (cd "$build" && umask 022 && cpack -G DEB -D "CPACK_COMPONENTS_ALL=$components" >>"$work/log" 2>&1) || {
+    if ! {
+        cmake -S "$source" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
+            -DCMAKE_SKIP_INSTALL_ALL_DEPENDENCY=ON -DDKOM_BUILD_TESTS=OFF &&
+            cmake --build "$build" --target $targets &&
+            (cd "$build" && umask 022 && cpack -G DEB -D "CPACK_COMPONENTS_ALL=$components")
+    } >"$work/log" 2>&1; then
         tail -n 30 "$work/log" >&2
         exit 1
-    }
+    fi
 }
 build "$work/a/tree" "$work/a/tree/build/package"
 umask 077
@@ -47,7 +49,7 @@ first=$work/a/tree/build/package
 second=$work/another/build
 status=0
 count=0
-for file in $(cd "$first" && find bin lib -type f) $(cd "$first" && ls *.deb); do
+for file in $(cd "$first" && find bin lib -type f) $(cd "$first" && ls ./*.deb); do
     count=$((count + 1))
     cmp "$first/$file" "$second/$file" || status=1
 done
