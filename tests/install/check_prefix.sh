@@ -76,11 +76,16 @@ for tool in "$prefix/bin/"dkom*; do
     *) fail "$tool --version does not tell version $version" ;;
     esac
     name=${tool##*/}
-    sed 's/\\-/-/g' "$prefix/share/man/man1/$name.1" >"$work/manual"
+    manual=$prefix/share/man/man1/$name.1
+    other=$(sed -n 's/^\.so //p' "$manual") # a manual may stand for that of another command
+    sed 's/\\-/-/g' "${other:+$prefix/share/man/}${other:-$manual}" >"$work/manual"
     bash_completion=$prefix/share/bash-completion/completions/$name
     zsh_completion=$(grep -l "^#compdef.*\b$name\b" "$prefix/share/zsh/site-functions/"_*) ||
         fail "$name has no completion for zsh"
     bash -n "$bash_completion"
+    # A completion may be that of another command.
+    shared=$(sed -n 's/^ *\(\.\|source\|_completion_loader\) .*\b\(dkom[a-z-]*\).*/\2/p' "$bash_completion")
+    bash_completion=$prefix/share/bash-completion/completions/${shared:-$name}
     for option in $("$tool" --help | sed -n 's/^  *\(-., *\)\{0,1\}\(--[a-z-]*\).*/\2/p'); do
         for file in "$work/manual" "$bash_completion" "$zsh_completion"; do
             grep -q -e "$option\b" "$file" || fail "$file does not know $name's option $option"
