@@ -179,6 +179,7 @@ TEST_F(ReportTest, JsonHoldsWhatTheTablesShow)
     const std::string handle = stop.at("handle");
     const auto life = nlohmann::json::parse(report({"--json", "handle", handle, "-n", "0", trace}));
     EXPECT_EQ(life.at("handle"), handle);
+    EXPECT_EQ(life.at("files").at(0).at("life").back().at("what"), "looked for in vain");
 }
 
 TEST_F(ReportTest, OddInputIsReadAsFarAsItGoes)

@@ -223,17 +223,21 @@ std::string report_json(const Report &report, const View &view)
     return dump(whole(report, view.order), 2);
 }
 
-std::string handle_json(std::uint64_t address, const HandleLife &life)
+std::string handle_json(std::uint64_t address, const std::vector<std::string> &files,
+                        const std::deque<HandleLife> &lives)
 {
-    json entries = json::array();
-    for (const HandleLife::Entry &entry : life.entries())
-        if (!entry.what.empty())
-            entries.push_back({{"at", format_time(entry.at)}, {"what", entry.what}});
-    return dump({{"handle", address_text(address)},
-                 {"uses", life.uses()},
-                 {"uses_left_out", life.left_out()},
-                 {"life", std::move(entries)}},
-                2);
+    json list = json::array();
+    for (std::size_t i = 0; i < lives.size(); i++) {
+        json entries = json::array();
+        for (const HandleLife::Entry &entry : lives[i].entries())
+            if (!entry.what.empty())
+                entries.push_back({{"at", format_time(entry.at)}, {"what", entry.what}});
+        list.push_back({{"file", files[i]},
+                        {"uses", lives[i].uses()},
+                        {"uses_left_out", lives[i].left_out()},
+                        {"life", std::move(entries)}});
+    }
+    return dump({{"handle", address_text(address)}, {"files", std::move(list)}}, 2);
 }
 
 std::string page_json(const Report &report, std::size_t most_lanes)

@@ -2,7 +2,9 @@
 #define DKOM_REPORT_JSON_H
 
 #include <cstdint>
+#include <deque>
 #include <string>
+#include <vector>
 
 #include "handle_life.h"
 #include "model.h"
@@ -15,8 +17,9 @@ namespace dkom_report
 /// in the order of the view and whole: its limit does not count.
 std::string report_json(const Report &report, const View &view);
 
-/// The life of a handle as a JSON document.
-std::string handle_json(std::uint64_t address, const HandleLife &life);
+/// The life of a handle in each of some files as a JSON document.
+std::string handle_json(std::uint64_t address, const std::vector<std::string> &files,
+                        const std::deque<HandleLife> &lives);
 
 /// What the page of `--html` draws: the report and its lanes. `most_lanes` of a kind are given, busiest
 /// first.

@@ -1,7 +1,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <deque>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -140,33 +142,25 @@ std::size_t terminal_columns()
     return columns_of_a_file;
 }
 
-/// Reads all files. `begin` and `end` are called around each one. Returns whether all could be read.
-template <class Begin, class End>
-bool read_all(const Arguments &arguments, bool skip_rows, trace_reader::Visitor &visitor, Begin begin,
-              End end)
+/// Reads a file. Returns its size, or null if it cannot be read, which is said.
+std::optional<std::uint64_t> read_file(const std::string &path, bool skip_rows,
+                                       trace_reader::Visitor &visitor)
 {
-    bool all = true;
-    for (const std::string &path : arguments.files) {
-        begin(path);
-        std::uint64_t bytes = 0;
-        try {
-            dkomsql::ProgressBar bar(0, "MB");
-            std::optional<dkomsql::ProgressBar> sized;
-            bytes = trace_reader::read_trace(path, skip_rows, visitor,
-                                             [&](std::uint64_t read, std::uint64_t total) {
-                                                 constexpr std::uint64_t big = 64 << 20;
-                                                 if (total != 0 && !sized)
-                                                     sized.emplace(total, "MB");
-                                                 if (read >= big)
-                                                     (sized ? *sized : bar).update(read, read / 1000000);
-                                             });
-        } catch (const trace_reader::SourceError &error) {
-            fmt::print(stderr, "dkom-report: {}\n", error.what());
-            all = false;
-        }
-        end(bytes);
+    constexpr std::uint64_t big = 64 << 20;
+    std::optional<dkomsql::ProgressBar> bar;
+    try {
+        return trace_reader::read_trace(path, skip_rows, visitor,
+                                        [&](std::uint64_t read, std::uint64_t total) {
+                                            if (!bar)
+                                                bar.emplace(total, "MB");
+                                            if (read >= big)
+                                                bar->update(read, read / 1000000);
+                                        });
+    } catch (const trace_reader::SourceError &error) {
+        bar.reset();
+        fmt::print(stderr, "dkom-report: {}\n", error.what());
+        return std::nullopt;
     }
-    return all;
 }
 
 int show_handle(const Arguments &arguments, const View &view)
@@ -178,22 +172,32 @@ int show_handle(const Arguments &arguments, const View &view)
                    arguments.address);
         return exit_usage;
     }
-    HandleLife life(address, arguments.limit);
-    const bool all = read_all(
-        arguments, false, life, [](const std::string &) {}, [](std::uint64_t) {});
-    const auto entries = life.entries();
+    std::deque<HandleLife> lives; // of each file: another process has another handle under the address
+    bool all = true;
+    for (const std::string &path : arguments.files) {
+        lives.emplace_back(address, arguments.limit);
+        all = read_file(path, false, lives.back()).has_value() && all;
+    }
     if (arguments.json) {
-        fmt::print("{}\n", handle_json(address, life));
+        fmt::print("{}\n", handle_json(address, arguments.files, lives));
         return all ? exit_ok : exit_no_trace;
     }
-    if (entries.empty())
-        fmt::print("0x{:x} is in no record that was read.\n", address);
-    for (const HandleLife::Entry &entry : entries) {
-        if (entry.what.empty())
-            fmt::print("... {} uses are left out (--limit 0 shows all)\n", format_count(life.left_out()));
-        else
-            fmt::print("{}  {}\n", format_time(entry.at), format_line(entry.what, view.columns - 28));
+    bool is_known = false;
+    for (std::size_t i = 0; i < lives.size(); i++) {
+        const auto entries = lives[i].entries();
+        if (!entries.empty() && lives.size() > 1)
+            fmt::print("{}{}\n", is_known ? "\n" : "", arguments.files[i]);
+        is_known = is_known || !entries.empty();
+        for (const HandleLife::Entry &entry : entries) {
+            if (entry.what.empty())
+                fmt::print("... {} uses are left out (--limit 0 shows all)\n",
+                           format_count(lives[i].left_out()));
+            else
+                fmt::print("{}  {}\n", format_time(entry.at), format_line(entry.what, view.columns - 28));
+        }
     }
+    if (!is_known)
+        fmt::print("0x{:x} is in no record that was read.\n", address);
     return all ? exit_ok : exit_no_trace;
 }
 
@@ -224,9 +228,13 @@ int run(const Arguments &arguments)
     settings.literals = arguments.literals;
     settings.timeline = !arguments.html.empty();
     Analysis analysis(settings);
-    const bool all = read_all(
-        arguments, true, analysis, [&](const std::string &path) { analysis.begin_process(path); },
-        [&](std::uint64_t bytes) { analysis.end_process(bytes); });
+    bool all = true;
+    for (const std::string &path : arguments.files) {
+        analysis.begin_process(path);
+        const auto bytes = read_file(path, true, analysis);
+        analysis.end_process(bytes.value_or(0));
+        all = all && bytes;
+    }
     const Report report = analysis.take();
     std::uint64_t records = 0;
     for (const Process &process : report.processes)

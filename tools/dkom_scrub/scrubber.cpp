@@ -128,7 +128,12 @@ void Scrubber::record(const Record &record)
     const auto head = static_cast<std::size_t>(record.message.data() - record.text.data());
     const std::size_t message_end = head + record.message.size();
     add_head(record, head);
+    const std::size_t begin = out_.size();
     add_message(record);
+    // Records that no library has written may lose lines with what is masked.
+    const auto lines = [](std::string_view text) { return std::ranges::count(text, '\n'); };
+    const auto missing = lines(record.message) - lines(std::string_view(out_).substr(begin));
+    out_.append(static_cast<std::size_t>(std::max<std::ptrdiff_t>(missing, 0)), '\n');
     if (record.is_whole())
         out_ += record.text.substr(message_end); // the end of colours, and the source
     out_ += '\n';
