@@ -1,9 +1,9 @@
 // Threads, mutexes, keys and thread identifiers, on those of POSIX.
 #include "calls/value_call.h"
+#include "connections/call_mutex.h"
 #include "connections/session.h"
 #include "handles/private_kinds.h"
 
-#include <cerrno>
 #include <memory>
 
 #include <pthread.h>
@@ -21,18 +21,9 @@ enum thread_error : int {
 
 struct thread_mutex final : object {
     static constexpr ub4 handle_kind = kind_thread_mutex;
+    using object::object;
 
-    explicit thread_mutex(environment *owner) : object(owner)
-    {
-        pthread_mutexattr_t kind;
-        pthread_mutexattr_init(&kind);
-        pthread_mutexattr_settype(&kind, PTHREAD_MUTEX_ERRORCHECK); // misuse is an error and no hang
-        pthread_mutex_init(&lock, &kind);
-        pthread_mutexattr_destroy(&kind);
-    }
-    ~thread_mutex() override { pthread_mutex_destroy(&lock); }
-
-    pthread_mutex_t lock;
+    call_mutex lock; // knows its thread: misuse is an error and no hang
 };
 
 struct thread_key final : object {
@@ -164,16 +155,20 @@ SQLITE_OCI_EXPORT sword OCIThreadMutexDestroy(void *hndl, OCIError *err, OCIThre
 SQLITE_OCI_EXPORT sword OCIThreadMutexAcquire(void *hndl, OCIError *err, OCIThreadMutex *mutex)
 {
     return thread_call(hndl, err, [&] {
-        if (pthread_mutex_lock(&required<thread_mutex>(mutex).lock) == EDEADLK)
+        call_mutex &lock = required<thread_mutex>(mutex).lock;
+        if (lock.is_own())
             fail(ora_deadlock, "the thread has acquired the mutex already");
+        lock.lock();
     });
 }
 
 SQLITE_OCI_EXPORT sword OCIThreadMutexRelease(void *hndl, OCIError *err, OCIThreadMutex *mutex)
 {
     return thread_call(hndl, err, [&] {
-        if (pthread_mutex_unlock(&required<thread_mutex>(mutex).lock) != 0)
+        call_mutex &lock = required<thread_mutex>(mutex).lock;
+        if (!lock.is_own())
             fail(ora_misused, "the thread has not acquired the mutex that it releases");
+        lock.unlock();
     });
 }
 

@@ -111,9 +111,11 @@ translated_query translator::ordered_rows(query &tree, translated_query rows, co
     for (std::size_t i = 0; i < rows.columns.size(); ++i) {
         const std::string engine = "c" + std::to_string(i + 1);
         const output_column &column = rows.columns[i];
-        all.columns.push_back({column.name, alias + "." + engine, column.type, column.is_nullable, false});
+        std::string qualified = alias;
+        qualified.append(".").append(engine);
+        all.columns.push_back({column.name, qualified, column.type, column.is_nullable, false});
         items.push_back({
-            .sql = alias + "." + engine,
+            .sql = qualified,
             .type = column.type,
             .is_nullable = column.is_nullable,
             .is_wide = may_be_wide(column.type),

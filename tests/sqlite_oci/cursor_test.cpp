@@ -1,8 +1,8 @@
 // Cursors in a select list: statement handles that a fetch opens.
 #include "client.h"
 
-using namespace sqlite_oci_test;
-
+namespace sqlite_oci_test
+{
 namespace
 {
 
@@ -76,6 +76,7 @@ TEST_F(cursor_test, is_opened_by_a_fetch_and_stands_on_its_own)
     ASSERT_TRUE(db.succeeds(inner.fetch(1)));
     EXPECT_STREQ(pay, "12345678901234567890.5");
     EXPECT_TRUE(db.fails(inner.execute(0), 1003)) << "it has no statement of its own";
+    EXPECT_EQ(most, 0) << "what the variable holds now is not used";
 
     // The next row goes into the other handle; then the outer query ends, and its handle is used anew.
     handles[0] = other.handle;
@@ -170,10 +171,12 @@ TEST_F(cursor_test, needs_a_statement_handle_of_its_own)
     EXPECT_TRUE(db.fails(query.execute(1), 932));
     query.out(1, handle, SQLT_RSET);
     EXPECT_TRUE(db.fails(query.execute(1), 1023));
-    handle = nullptr;
+    OCIStmt *nothing = nullptr;
+    query.out(1, nothing, SQLT_RSET);
     EXPECT_TRUE(db.fails(query.execute(1), 1023));
     const prepared inner(db, "SELECT 1 FROM dual");
-    handle = inner.handle;
+    OCIStmt *other = inner.handle;
+    query.out(1, other, SQLT_RSET);
     ASSERT_TRUE(db.succeeds(query.execute(0)));
     {
         const connected_client elsewhere;
@@ -185,3 +188,4 @@ TEST_F(cursor_test, needs_a_statement_handle_of_its_own)
 }
 
 } // namespace
+} // namespace sqlite_oci_test
