@@ -6,6 +6,8 @@
 #include <iterator>
 #include <regex>
 
+#include <fmt/format.h>
+
 namespace
 {
 
@@ -325,7 +327,7 @@ TEST_P(Described, long_columns)
     write_file("t.csv", "1," + std::string(200000, 'x') + "\n2,\n3,short\n");
     write_file("u.csv", "1," + std::string(140000, 'A') + "\n2,\n");
     for (const std::string name : {"t", "u"}) {
-        EXPECT_EQ(run({link(), "-e", "\\copy " + name + ".csv " + name}).status, 0);
+        EXPECT_EQ(run({link(), "-e", fmt::format("\\copy {0}.csv {0}", name)}).status, 0);
         EXPECT_TRUE(rows_of(link(), "select * from " + name + " order by id") == read_file(name + ".csv"))
             << name;
     }

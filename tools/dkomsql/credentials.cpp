@@ -106,8 +106,7 @@ Secret read_password(const std::string &path)
 
 Secret &Secret::operator=(Secret &&other) noexcept
 {
-    wipe();
-    text_ = other.text_;
+    std::swap(text_, other.text_);
     other.wipe();
     return *this;
 }

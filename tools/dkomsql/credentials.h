@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace dkomsql
 {
@@ -15,7 +16,7 @@ public:
     Secret() = default;
     explicit Secret(std::string text) : text_(std::move(text)) {}
     Secret(const Secret &) = default;
-    Secret(Secret &&other) noexcept : text_(other.text_) { other.wipe(); }
+    Secret(Secret &&other) noexcept { *this = std::move(other); }
     Secret &operator=(const Secret &) = default;
     Secret &operator=(Secret &&other) noexcept;
     ~Secret() { wipe(); }

@@ -371,6 +371,7 @@ std::string meta_command_help()
 std::vector<MetaCommandName> meta_command_names()
 {
     std::vector<MetaCommandName> names;
+    names.reserve(commands.size());
     for (const MetaCommand &command : commands)
         names.push_back({command.name, command.first});
     return names;

@@ -120,7 +120,7 @@ Handle<OCIEnv, OCI_HTYPE_ENV> Session::create_environment()
         // The extended edition hands out an environment that tells why it is of no use.
         const auto failed = Handle<OCIEnv, OCI_HTYPE_ENV>::adopt(environment);
         const OciError reason =
-            environment != nullptr ? records_of(environment, OCI_HTYPE_ENV) : OciError(0, "");
+            failed.get() != nullptr ? records_of(failed.get(), OCI_HTYPE_ENV) : OciError(0, "");
         throw reason.code() != 0 ? reason
                                  : OciError(0, fmt::format("OCIEnvCreate failed with return code {}", rc));
     }

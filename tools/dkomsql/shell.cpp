@@ -527,7 +527,7 @@ std::string Shell::prompt(bool continuation) const
 {
     const std::string user = session_->user().empty() ? "" : session_->user() + "@";
     const char *mark = open_ == Open::nothing ? "" : "*";
-    const std::string text =
+    std::string text =
         printable(fmt::format("{}{} [{}]{}> ", user, session_->link(), name_of(session_->backend()), mark));
     if (!continuation)
         return text;
