@@ -112,7 +112,7 @@ void Analysis::finish(OpenCall &call, const Outcome &outcome, Microseconds at)
     }
     if (settings_.timeline && known_time >= 0) {
         Event event{call.begin, known_time, call.function, 0, call.backend, outcome.failed, outcome.is_bound};
-        if (connection) {
+        if (connection && call.connection <= most_lanes) { // the page shows the first ones
             event.other = call.statement;
             connection->lane.add(event);
         }

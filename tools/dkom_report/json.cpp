@@ -240,7 +240,7 @@ std::string handle_json(std::uint64_t address, const std::vector<std::string> &f
     return dump({{"handle", address_text(address)}, {"files", std::move(list)}}, 2);
 }
 
-std::string page_json(const Report &report, std::size_t most_lanes)
+std::string page_json(const Report &report)
 {
     const Microseconds origin = report.first();
     json functions = json::array();

@@ -21,9 +21,9 @@ std::string report_json(const Report &report, const View &view);
 std::string handle_json(std::uint64_t address, const std::vector<std::string> &files,
                         const std::deque<HandleLife> &lives);
 
-/// What the page of `--html` draws: the report and its lanes. `most_lanes` of a kind are given, busiest
-/// first.
-std::string page_json(const Report &report, std::size_t most_lanes);
+/// What the page of `--html` draws: the report, and lanes of the busiest statements and the first
+/// connections.
+std::string page_json(const Report &report);
 
 } // namespace dkom_report
 

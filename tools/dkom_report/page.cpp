@@ -8,9 +8,8 @@ namespace dkom_report
 std::string page_of(const Report &report)
 {
     constexpr std::string_view place = "@data@";
-    constexpr std::size_t most_lanes = 100; // of statements, and of connections
     std::string page = page_template;
-    page.replace(page.find(place), place.size(), page_json(report, most_lanes));
+    page.replace(page.find(place), place.size(), page_json(report));
     return page;
 }
 

@@ -1,12 +1,15 @@
 #ifndef DKOM_REPORT_TIMELINE_H
 #define DKOM_REPORT_TIMELINE_H
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace dkom_report
 {
+
+/// Lanes of statements, and of connections, that a page shows.
+inline constexpr std::size_t most_lanes = 100;
 
 /// A call in a lane.
 struct Event {
