@@ -298,6 +298,17 @@ void *own_of(const omx_variable *v, ub1 backend, void *named_by_program)
     return h->backend[backend];
 }
 
+/* The same of one that the backend is to put a value into: it has that in this backend alone from then on. */
+void *own_to_fill(const omx_variable *v, ub1 backend, void *named_by_program)
+{
+    omx_handle *h = v->family ? omx_find(named_by_program, v->family) : nullptr;
+    if (!h)
+        return named_by_program;
+    h->current = omx_bit(backend);
+    omx_follow(h, backend);
+    return h->backend[backend];
+}
+
 sb4 on_in_bind(void *context, OCIBind * /*own*/, ub4 iter, ub4 index, void **bufpp, ub4 *alenp, ub1 *piecep,
                void **indpp)
 {
@@ -314,7 +325,7 @@ sb4 on_out_bind(void *context, OCIBind * /*own*/, ub4 iter, ub4 index, void **bu
     const omx_variable *v = (const omx_variable *)context;
     const sb4 rc = v->out(v->out_context, (OCIBind *)(void *)v->handle, iter, index, bufpp, alenpp, piecep,
                           indpp, rcodepp);
-    *bufpp = own_of(v, v->handle->owner->run, *bufpp);
+    *bufpp = own_to_fill(v, v->handle->owner->run, *bufpp);
     return rc;
 }
 
@@ -324,7 +335,7 @@ sb4 on_define(void *context, OCIDefine * /*own*/, ub4 iter, void **bufpp, ub4 **
     const omx_variable *v = (const omx_variable *)context;
     const sb4 rc = v->define(v->out_context, (OCIDefine *)(void *)v->handle, iter, bufpp, alenpp, piecep,
                              indpp, rcodepp);
-    *bufpp = own_of(v, v->handle->owner->run, *bufpp);
+    *bufpp = own_to_fill(v, v->handle->owner->run, *bufpp);
     return rc;
 }
 

@@ -215,17 +215,52 @@ static void write_and_read_lobs(void)
     OCIHandleFree(stmt, OCI_HTYPE_STMT);
 }
 
-/* Cursors: two rows at once into an array of statement handles, a third into one of these again. */
+/* All rows of a cursor, whose only column is a text. */
+static void print_cursor(OCIStmt *cursor, int id)
+{
+    OCIDefine *define = NULL;
+    char text[20];
+    ub4 columns = 0;
+    check(OCIAttrGet(cursor, OCI_HTYPE_STMT, &columns, NULL, OCI_ATTR_PARAM_COUNT, err), "columns");
+    check(OCIDefineByPos(cursor, &define, err, 1, text, sizeof text, SQLT_STR, NULL, NULL, NULL, OCI_DEFAULT),
+          "define text");
+    printf("%d has a cursor of %u column:", id, columns);
+    while (OCIStmtFetch2(cursor, err, 1, OCI_FETCH_NEXT, 0, OCI_DEFAULT) == OCI_SUCCESS)
+        printf(" %s;", text);
+    printf("\n");
+}
+
+/* Gives a statement handle for a row while it is fetched. */
+static sb4 give_handle(void *context, OCIDefine *define, ub4 row, void **buffer, ub4 **length, ub1 *piece,
+                       void **indicator, ub2 **code)
+{
+    static ub4 size;
+    static sb2 state;
+    static ub2 told;
+    (void)define;
+    (void)row;
+    *(OCIStmt **)context = allocate(OCI_HTYPE_STMT);
+    *buffer = *(OCIStmt **)context;
+    *length = &size;
+    *piece = OCI_ONE_PIECE;
+    *indicator = &state;
+    *code = &told;
+    return OCI_CONTINUE;
+}
+
+/*
+ * Cursors: two rows at once into an array of statement handles, a third into one of these again; then each
+ * into a handle that is made for it.
+ */
 static void fetch_cursors(void)
 {
     OCIStmt *stmt =
         prepare("select id, cursor(select to_char(id) || ' of ' || h.id from happening where id <= h.id "
                 "order by happening.id) from happening h where id <= 3 order by h.id");
     OCIStmt *cursors[2] = {allocate(OCI_HTYPE_STMT), allocate(OCI_HTYPE_STMT)};
+    OCIStmt *made = NULL;
     OCIDefine *defines[2] = {NULL, NULL};
-    OCIDefine *define = NULL;
     int id[2] = {0, 0};
-    char text[20];
     ub4 fetched = 0;
     sword rc = OCI_SUCCESS;
     check(OCIDefineByPos(stmt, &defines[0], err, 1, id, sizeof(int), SQLT_INT, NULL, NULL, NULL, OCI_DEFAULT),
@@ -238,18 +273,17 @@ static void fetch_cursors(void)
         rc = OCIStmtFetch2(stmt, err, 2, OCI_FETCH_NEXT, 0, OCI_DEFAULT);
         check(rc, "fetch cursors");
         check(OCIAttrGet(stmt, OCI_HTYPE_STMT, &fetched, NULL, OCI_ATTR_ROWS_FETCHED, err), "rows");
-        for (ub4 i = 0; i < fetched; i++) {
-            ub4 columns = 0;
-            check(OCIAttrGet(cursors[i], OCI_HTYPE_STMT, &columns, NULL, OCI_ATTR_PARAM_COUNT, err),
-                  "columns");
-            check(OCIDefineByPos(cursors[i], &define, err, 1, text, sizeof text, SQLT_STR, NULL, NULL, NULL,
-                                 OCI_DEFAULT),
-                  "define text");
-            printf("%d has a cursor of %u column:", id[i], columns);
-            while (OCIStmtFetch2(cursors[i], err, 1, OCI_FETCH_NEXT, 0, OCI_DEFAULT) == OCI_SUCCESS)
-                printf(" %s;", text);
-            printf("\n");
-        }
+        for (ub4 i = 0; i < fetched; i++)
+            print_cursor(cursors[i], id[i]);
+    }
+
+    check(OCIDefineByPos(stmt, &defines[1], err, 2, NULL, 0, SQLT_RSET, NULL, NULL, NULL, OCI_DYNAMIC_FETCH),
+          "define cursor by a callback");
+    check(OCIDefineDynamic(defines[1], err, &made, give_handle), "callback");
+    check(OCIStmtExecute(svc, stmt, err, 0, 0, NULL, NULL, OCI_DEFAULT), "select cursors again");
+    while (OCIStmtFetch2(stmt, err, 1, OCI_FETCH_NEXT, 0, OCI_DEFAULT) == OCI_SUCCESS) {
+        print_cursor(made, id[0]);
+        OCIHandleFree(made, OCI_HTYPE_STMT);
     }
     OCIHandleFree(stmt, OCI_HTYPE_STMT);
     OCIHandleFree(cursors[0], OCI_HTYPE_STMT);
