@@ -16,5 +16,9 @@ function(dkom_compile_options target)
         target_compile_options(${target} PRIVATE
             -fsanitize=${DKOM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
         target_link_options(${target} PRIVATE -fsanitize=${DKOM_SANITIZE})
+        if(DKOM_SANITIZE MATCHES undefined AND CMAKE_CXX_COMPILER_ID STREQUAL Clang)
+            # What stands in for a missing entry point is called as any of them would be, and does not return.
+            target_compile_options(${target} PRIVATE -fno-sanitize=function)
+        endif()
     endif()
 endfunction()
