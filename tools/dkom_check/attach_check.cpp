@@ -297,7 +297,7 @@ void check_attach(const Subject &subject, const Usable &usable, const Attach &at
         accepts.at(b) = usable.backend.at(b) && ask_backend(b, subject, attach.link, report);
 
     const TemporaryDirectory trace;
-    const Attempt attempt = try_attach(subject.library, attach, trace.path(), subject.timeout);
+    const Attempt attempt = try_attach(subject.library_path, attach, trace.path(), subject.timeout);
     if (!attempt.succeeded("OCIServerAttach")) {
         report.add({Verdict::refused,
                     "link",

@@ -153,14 +153,15 @@ Report check(const Arguments &arguments)
         attach = attach_of(arguments, subject.edition);
     check_calls(program, subject.edition, report);
     // With --edition another one than the program's may be asked for.
-    subject.library = check_library(
-        subject.edition, program.edition == subject.edition ? program.library : "", subject.timeout, report);
+    subject.library_path =
+        check_library(subject.edition, program.edition == subject.edition ? program.library_path : "",
+                      subject.timeout, report);
     const Usable usable = check_backends(subject, report);
     if (subject.edition == Edition::extended)
         check_routes(report);
     check_trace(subject.edition, report);
     if (!arguments.link.empty()) {
-        if (usable.starts && !subject.library.empty())
+        if (usable.starts && !subject.library_path.empty())
             check_attach(subject, usable, attach, report);
         else
             report.add({Verdict::refused,
