@@ -1,10 +1,14 @@
 #!/bin/sh
-# Runs the fuzzers. Usage: run_fuzz.sh BUILD_DIRECTORY SECONDS [TARGET ...]
-# Each gets SECONDS. What they find that reaches new code is kept in BUILD_DIRECTORY/fuzz/TARGET beside the seeds of
+# Runs the fuzzers. Usage: run_fuzz.sh BUILD_DIRECTORY SECONDS|RUNSx [TARGET ...]
+# Each gets SECONDS; or so many runs, "10000x", which are the same ones each time. What they find that reaches new code is kept in BUILD_DIRECTORY/fuzz/TARGET beside the seeds of
 # this directory; what makes one fail in BUILD_DIRECTORY/fuzz/failures. Exit status 1 if one failed.
 set -eu
 build=$(cd "$1" && pwd)
-seconds=$2
+case $2 in
+*x) limit="-runs=${2%x} -seed=1" ;;
+*) limit="-max_total_time=$2" ;;
+esac
+length=$2
 shift 2
 here=$(cd "$(dirname "$0")" && pwd)
 [ $# -gt 0 ] || set -- texts sql traces variables
@@ -21,9 +25,10 @@ for target in "$@"; do
     log=$build/fuzz/$target.log
     mkdir -p "$kept"
     dictionary=$here/$target.dict
-    printf '%-10s %s s ' "$target" "$seconds"
+    printf '%-10s %s ' "$target" "$length"
     result=0
-    ASAN_OPTIONS=detect_leaks=0 "$build/bin/fuzz_$target" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=3000 \
+    # shellcheck disable=SC2086 # words
+    ASAN_OPTIONS=detect_leaks=0 "$build/bin/fuzz_$target" $limit -timeout=20 -rss_limit_mb=3000 \
         -artifact_prefix="$failures/$target-" ${dictionary:+$([ ! -e "$dictionary" ] || echo "-dict=$dictionary")} \
         -print_final_stats=1 "$kept" "$here/corpus/$target" >"$log" 2>&1 || result=$?
     if [ "$result" -eq 0 ]; then

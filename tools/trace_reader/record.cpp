@@ -1,5 +1,6 @@
 #include "record.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace trace_reader
@@ -18,9 +19,13 @@ bool is_digit(char c)
 /// Whether a line that begins here is the first of a record: "[2026-03-04 10:20:30:" and a digit.
 bool begins_record(const char *p, const char *end)
 {
-    return end - p > 22 && p[0] == '[' && p[5] == '-' && p[8] == '-' && p[11] == ' ' && p[14] == ':' &&
-           p[17] == ':' && p[20] == ':' && is_digit(p[1]) && is_digit(p[4]) && is_digit(p[19]) &&
-           is_digit(p[21]);
+    constexpr std::string_view shape = "[0000-00-00 00:00:00:0";
+    if (end - p <= static_cast<std::ptrdiff_t>(shape.size()))
+        return false;
+    for (std::size_t i = 0; i < shape.size(); i++)
+        if (shape[i] == '0' ? !is_digit(p[i]) : p[i] != shape[i])
+            return false;
+    return true;
 }
 
 /// Whether what is there of a line may still become the first line of a record.
@@ -309,7 +314,9 @@ std::size_t parse(std::string_view memory, bool is_last, bool skip_rows, Visitor
         const char *record_end = extent.end ? extent.record_end : nullptr;
         if (record_end) {
             record.text = view(p, record_end);
-            record.message = without_decoration(view(p + head, record_end - extent.suffix), record.level);
+            // Tag and source may share a blank and a dash where there is no message.
+            const char *message_end = std::max(p + head, record_end - extent.suffix);
+            record.message = without_decoration(view(p + head, message_end), record.level);
             visitor.record(record);
             if (record_end < stop)
                 pass_other_lines(record_end + 1, stop, visitor);
