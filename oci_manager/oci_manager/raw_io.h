@@ -12,6 +12,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
 static inline int raw_open(const char *path, int flags, unsigned int mode)
@@ -35,16 +36,34 @@ static inline void raw_close(int fd)
     syscall(SYS_close, fd);
 }
 
+/* The process's limit of file sizes, as it was within this second: it is seldom set, and to ask takes longer
+ * than to write a record's bytes. */
+static inline unsigned long raw_size_limit(void)
+{
+    static unsigned long known_limit;
+    static long known_since;
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    if (__atomic_load_n(&known_since, __ATOMIC_ACQUIRE) == now.tv_sec + 1)
+        return __atomic_load_n(&known_limit, __ATOMIC_RELAXED);
+    struct rlimit limit;
+    if (syscall(SYS_prlimit64, 0, RLIMIT_FSIZE, nullptr, &limit) != 0)
+        limit.rlim_cur = RLIM_INFINITY;
+    __atomic_store_n(&known_limit, limit.rlim_cur, __ATOMIC_RELAXED);
+    __atomic_store_n(&known_since, now.tv_sec + 1, __ATOMIC_RELEASE); // 0: never
+    return limit.rlim_cur;
+}
+
 /* Whether a file may grow by so many bytes. To go beyond the process's limit is answered by a signal, which
  * would end the program for the sake of its trace. */
 static inline bool raw_may_grow(int fd, size_t count)
 {
-    struct rlimit limit;
+    const unsigned long limit = raw_size_limit();
     struct stat status;
-    if (syscall(SYS_prlimit64, 0, RLIMIT_FSIZE, nullptr, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY)
+    if (limit == RLIM_INFINITY)
         return true;
     return syscall(SYS_fstat, fd, &status) == 0 &&
-           (!S_ISREG(status.st_mode) || (unsigned long)status.st_size + count <= limit.rlim_cur);
+           (!S_ISREG(status.st_mode) || (unsigned long)status.st_size + count <= limit);
 }
 
 /*
