@@ -149,7 +149,7 @@ struct Attempt {
 };
 
 /// `trace`: directory for a trace, empty: none.
-Attempt try_attach(const std::string &library_path, const Attach &attach, const std::string &trace,
+Attempt try_attach(const std::string &path_of_library, const Attach &attach, const std::string &trace,
                    std::chrono::milliseconds timeout)
 {
     const ChildOutcome child = run_child(
@@ -158,7 +158,7 @@ Attempt try_attach(const std::string &library_path, const Attach &attach, const 
                 setenv(OM_LOG_PATH_VARIABLE, trace.c_str(), 1);
                 setenv(OM_LOG_LEVEL_VARIABLE, std::to_string(OM_LOG_INFO).c_str(), 1);
             }
-            void *library = dlopen(library_path.c_str(), RTLD_LAZY);
+            void *library = dlopen(path_of_library.c_str(), RTLD_LAZY);
             if (library == nullptr)
                 throw std::runtime_error(dlerror());
             const Calls calls(library);
@@ -297,7 +297,7 @@ void check_attach(const Subject &subject, const Usable &usable, const Attach &at
         accepts.at(b) = usable.backend.at(b) && ask_backend(b, subject, attach.link, report);
 
     const TemporaryDirectory trace;
-    const Attempt attempt = try_attach(subject.library_path, attach, trace.path(), subject.timeout);
+    const Attempt attempt = try_attach(subject.path_of_library, attach, trace.path(), subject.timeout);
     if (!attempt.succeeded("OCIServerAttach")) {
         report.add({Verdict::refused,
                     "link",

@@ -25,7 +25,7 @@ std::string library_of(Edition edition);
 /// What is checked.
 struct Subject {
     Edition edition = Edition::exact;
-    std::string library_path;                  ///< path of the edition's library; empty if it is not found
+    std::string path_of_library;               ///< path of the edition's library; empty if it is not found
     std::optional<std::set<std::string>> uses; ///< the calls of the program that is checked, if one is
     std::chrono::milliseconds timeout{};       ///< for each piece of dangerous work
 };

@@ -153,15 +153,15 @@ Report check(const Arguments &arguments)
         attach = attach_of(arguments, subject.edition);
     check_calls(program, subject.edition, report);
     // With --edition another one than the program's may be asked for.
-    subject.library_path =
-        check_library(subject.edition, program.edition == subject.edition ? program.library_path : "",
+    subject.path_of_library =
+        check_library(subject.edition, program.edition == subject.edition ? program.path_of_library : "",
                       subject.timeout, report);
     const Usable usable = check_backends(subject, report);
     if (subject.edition == Edition::extended)
         check_routes(report);
     check_trace(subject.edition, report);
     if (!arguments.link.empty()) {
-        if (usable.starts && !subject.library_path.empty())
+        if (usable.starts && !subject.path_of_library.empty())
             check_attach(subject, usable, attach, report);
         else
             report.add({Verdict::refused,

@@ -179,7 +179,7 @@ Program check_program(const std::string &path, std::chrono::milliseconds timeout
                     {{"kind", "loader"}}});
     if (users.note) {
         program.edition = users.note->edition == name_of(Edition::exact) ? Edition::exact : Edition::extended;
-        program.library_path = users.client->path;
+        program.path_of_library = users.client->path;
     }
     for (const auto &[user, names] : users.calls_of) {
         program.calls.insert(names.begin(), names.end());

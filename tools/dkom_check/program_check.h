@@ -12,7 +12,7 @@ struct Program {
     std::string path;
     std::set<std::string> calls;    ///< OCI calls that it makes, its own libraries' included
     std::optional<Edition> edition; ///< of the OCI manager that the loader finds for it
-    std::string library_path;       ///< path of that library
+    std::string path_of_library;    ///< path of that library
 };
 
 /// A program by its path or, without a slash, by its name in the working directory or in PATH.
